@@ -1,0 +1,243 @@
+#define LOG_TAG "binderkit"
+#include "ServiceRegistry.h"
+
+#include <android/log.h>
+
+#include "Binder.h"
+
+namespace hostkit::binder {
+
+namespace {
+constexpr std::chrono::milliseconds kDefaultWaitCap{3000};
+}  // namespace
+
+ServiceRegistry& ServiceRegistry::instance() {
+    static ServiceRegistry* registry = [] {
+        auto* r = new ServiceRegistry();  // never destroyed: binders may outlive static teardown
+        r->mWaitCap = kDefaultWaitCap;
+        return r;
+    }();
+    return *registry;
+}
+
+binder_exception_t ServiceRegistry::add(const std::string& name, AIBinder* binder) {
+    if (binder == nullptr || name.empty()) return EX_ILLEGAL_ARGUMENT;
+    std::shared_ptr<BinderNode> node = binder->mNode;
+    if (node == nullptr) {
+        AIBinder_incStrong(binder);
+        node = std::make_shared<BinderNode>(ndk::SpAIBinder(binder), name);
+    }
+    std::shared_ptr<BinderNode> replaced;
+    ndk::SpAIBinder killed;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        replaced = std::move(mServices[name]);
+        mServices[name] = node;
+        auto it = mKilled.find(name);
+        if (it != mKilled.end()) {
+            killed = std::move(it->second);
+            mKilled.erase(it);
+        }
+    }
+    mAdded.notify_all();
+    return EX_NONE;
+}
+
+ndk::SpAIBinder ServiceRegistry::check(const std::string& name) {
+    std::shared_ptr<BinderNode> node;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        auto it = mServices.find(name);
+        if (it != mServices.end()) node = it->second;
+    }
+    return node != nullptr ? node->proxy() : ndk::SpAIBinder();
+}
+
+ndk::SpAIBinder ServiceRegistry::wait(const std::string& name) {
+    const auto start = std::chrono::steady_clock::now();
+    std::unique_lock<std::mutex> lock(mMutex);
+    const auto deadline = start + mWaitCap;
+    auto nextLog = start + std::chrono::seconds(1);
+    while (mServices.count(name) == 0) {
+        const auto now = std::chrono::steady_clock::now();
+        if (now >= deadline) {
+            const auto cap = static_cast<long long>(mWaitCap.count());
+            lock.unlock();
+            __android_log_print(ANDROID_LOG_ERROR, LOG_TAG,
+                                "Gave up waiting for %s after %lld ms (host wait cap)", name.c_str(),
+                                cap);
+            return ndk::SpAIBinder();
+        }
+        if (now >= nextLog) {
+            lock.unlock();
+            __android_log_print(ANDROID_LOG_INFO, LOG_TAG, "Waited one second for %s", name.c_str());
+            lock.lock();
+            nextLog += std::chrono::seconds(1);
+            continue;
+        }
+        mAdded.wait_until(lock, std::min(deadline, nextLog));
+    }
+    lock.unlock();
+    return check(name);
+}
+
+bool ServiceRegistry::isDeclared(const std::string& name) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mDeclared.count(name) != 0;
+}
+
+std::vector<std::string> ServiceRegistry::declaredInstances(const std::string& interface) {
+    const std::string prefix = interface + "/";
+    std::vector<std::string> instances;
+    std::lock_guard<std::mutex> lock(mMutex);
+    for (const std::string& name : mDeclared) {
+        if (name.size() > prefix.size() && name.compare(0, prefix.size(), prefix) == 0) {
+            instances.push_back(name.substr(prefix.size()));
+        }
+    }
+    return instances;
+}
+
+ndk::SpAIBinder ServiceRegistry::proxyFor(AIBinder* local) {
+    std::shared_ptr<BinderNode> node;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        node = mAnonymous[local].lock();
+        if (node == nullptr) {
+            for (auto it = mAnonymous.begin(); it != mAnonymous.end();) {
+                it = it->second.expired() ? mAnonymous.erase(it) : std::next(it);
+            }
+            AIBinder_incStrong(local);
+            node = std::make_shared<BinderNode>(ndk::SpAIBinder(local), "");
+            mAnonymous[local] = node;
+        }
+    }
+    return node->proxy();
+}
+
+binder_status_t ServiceRegistry::beginTransaction(const std::string& name) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mTransactions[name]++;
+    auto it = mFailures.find(name);
+    if (it == mFailures.end() || it->second.remaining <= 0) return STATUS_OK;
+    it->second.remaining--;
+    return it->second.status;
+}
+
+void ServiceRegistry::declare(const std::string& name) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mDeclared.insert(name);
+}
+
+void ServiceRegistry::undeclare(const std::string& name) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mDeclared.erase(name);
+}
+
+bool ServiceRegistry::kill(const std::string& name) {
+    std::shared_ptr<BinderNode> node;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        auto it = mServices.find(name);
+        if (it == mServices.end()) return false;
+        node = std::move(it->second);
+        mServices.erase(it);
+    }
+    ndk::SpAIBinder target;
+    std::vector<std::shared_ptr<DeathLink>> links = node->die(&target);
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        if (target.get() != nullptr) mKilled[name] = std::move(target);
+    }
+    deliverDeaths(std::move(links));
+    return true;
+}
+
+bool ServiceRegistry::restore(const std::string& name) {
+    ndk::SpAIBinder target;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        auto it = mKilled.find(name);
+        if (it == mKilled.end()) return false;
+        target = std::move(it->second);
+        mKilled.erase(it);
+    }
+    return add(name, target.get()) == EX_NONE;
+}
+
+void ServiceRegistry::failNext(const std::string& name, int count, binder_status_t status) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mFailures[name] = Failure{count, status};
+}
+
+void ServiceRegistry::setWaitCap(std::chrono::milliseconds cap) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mWaitCap = cap;
+}
+
+uint64_t ServiceRegistry::transactionCount(const std::string& name) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    auto it = mTransactions.find(name);
+    return it == mTransactions.end() ? 0 : it->second;
+}
+
+uint64_t ServiceRegistry::deathNotificationCount() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mDeathNotifications;
+}
+
+size_t ServiceRegistry::deathLinkCount(const std::string& name) {
+    std::shared_ptr<BinderNode> node;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        auto it = mServices.find(name);
+        if (it != mServices.end()) node = it->second;
+    }
+    return node != nullptr ? node->linkCount() : 0;
+}
+
+void ServiceRegistry::deliverDeaths(std::vector<std::shared_ptr<DeathLink>> links) {
+    for (auto& link : links) {
+        if (!link->claim()) continue;  // unlinked or deleted meanwhile
+        startDeathThread([this, link] {
+            link->deliverDeath();
+            std::lock_guard<std::mutex> lock(mMutex);
+            mDeathNotifications++;
+        });
+    }
+}
+
+void ServiceRegistry::startDeathThread(std::function<void()> delivery) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mDeathThreads.emplace_back(std::move(delivery));
+}
+
+void ServiceRegistry::reset() {
+    std::map<std::string, std::shared_ptr<BinderNode>> services;
+    std::map<std::string, ndk::SpAIBinder> killed;
+    std::map<AIBinder*, std::weak_ptr<BinderNode>> anonymous;
+    std::vector<std::thread> threads;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        services.swap(mServices);
+        killed.swap(mKilled);
+        anonymous.swap(mAnonymous);
+        threads.swap(mDeathThreads);
+        mDeclared.clear();
+        mFailures.clear();
+        mTransactions.clear();
+        mDeathNotifications = 0;
+        mWaitCap = kDefaultWaitCap;
+    }
+    for (std::thread& t : threads) {
+        if (t.get_id() != std::this_thread::get_id()) t.join();
+        else t.detach();
+    }
+    // Services stop silently: their links are dropped without callbacks into old test objects.
+    for (auto& [name, node] : services) {
+        ndk::SpAIBinder target;
+        (void)node->die(&target);
+    }
+}
+
+}  // namespace hostkit::binder

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include <android/hidl/base/1.0/IBase.h>
+#include <utils/Errors.h>
+#include <utils/StrongPointer.h>
+
+// Test controls of the host HIDL runtime (hostkit_hidl). Library code never
+// includes this. Services are keyed by (descriptor, instance), e.g.
+// ("vendor.zuvek.hardware.camera.vircamera@1.0::IVirCameraChannel", "virtualcamera.register").
+namespace hostkit {
+namespace hidl {
+
+// Registers an in-process (passthrough) service: lookups hand out the object
+// itself, so links succeed and never fire. Returns BAD_VALUE for null.
+::android::status_t RegisterPassthrough(const std::string& descriptor, const std::string& instance,
+                                        const ::android::sp<::android::hidl::base::V1_0::IBase>& service);
+
+// Takes the service out of the registry like a crashed process: its proxies
+// answer DEAD_OBJECT and every death link is told once, each on a new thread.
+// False if it is not registered.
+bool Kill(const std::string& descriptor, const std::string& instance);
+
+// Registers the killed object again. Old proxies stay dead; new lookups get
+// new proxies. False if nothing was killed under that key or it is live.
+bool Restore(const std::string& descriptor, const std::string& instance);
+
+// The next count proxy calls to the service fail in transport with status
+// (e.g. DEAD_OBJECT, FAILED_TRANSACTION). False if it is not registered.
+bool FailNextCalls(const std::string& descriptor, const std::string& instance, int count,
+                   ::android::status_t status);
+
+// Longest time getService() waits for a registration (default 1 s).
+void SetGetServiceWait(std::chrono::milliseconds wait);
+
+// Removes every service, joins every death-notification thread, zeroes the
+// counters and restores the default wait. Do not call from serviceDied().
+void Reset();
+
+// Blocks until every death notification started so far has returned.
+void WaitForDeathNotifications();
+
+bool IsRegistered(const std::string& descriptor, const std::string& instance);
+// Live death links on proxies of the current registration.
+size_t LinkCount(const std::string& descriptor, const std::string& instance);
+// serviceDied() calls made since the last Reset().
+uint64_t DeathNotificationsDelivered();
+
+}  // namespace hidl
+}  // namespace hostkit

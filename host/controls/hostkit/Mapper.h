@@ -1,0 +1,79 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <optional>
+#include <set>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include <cutils/native_handle.h>
+
+// Test controls of the kit's graphics mapper services (android.hardware.graphics.mapper@2.0,
+// @3.0 and @4.0, instance "default") and of its buffer allocator. Test code only.
+// All functions are thread-safe and never throw.
+namespace hostkit::mapper {
+
+enum class Operation { IMPORT, LOCK, UNLOCK, FREE };
+
+// What unlock() hands back as release fence. ONE_FD is a signalled fence (a pipe with data);
+// TWO_FDS is a malformed fence a client must reject. The mapper closes the fds as soon as the
+// unlock callback returns.
+enum class FenceMode { NONE, ONE_FD, TWO_FDS };
+
+// BINDERIZED: lookups get proxies, so Kill() makes calls fail and death links fire.
+// PASSTHROUGH: lookups get the object itself, as devices declare the HIDL mappers; links
+// succeed and never fire, and Kill() only hides the service from new lookups.
+enum class Transport { BINDERIZED, PASSTHROUGH };
+
+// Registers exactly the given mapper major versions (2, 3, 4; any subset, also none) as
+// "default"; versions live before and not listed are removed (killed, so their death links
+// fire). Versions already live stay as they are. Returns false for unknown numbers or when a
+// registration failed.
+bool Offer(std::initializer_list<int> versions, Transport transport = Transport::BINDERIZED);
+bool Offer(const std::vector<int>& versions, Transport transport = Transport::BINDERIZED);
+
+// Kill: the version's service dies (calls on existing proxies fail with DEAD_OBJECT, lookups
+// return null). Restore: it is back for new lookups. False for versions not offered.
+bool Kill(int version);
+bool Restore(int version);
+
+// Framework-side allocation. The caller owns the handle: FreeAllocated(), or
+// native_handle_close() + native_handle_delete(). Null for unsupported input.
+// CPU locks later require CPU read/write bits in usage matching what they ask for.
+native_handle_t* Allocate(uint32_t width, uint32_t height, int32_t format, uint64_t usage);
+void FreeAllocated(native_handle_t* handle);
+
+// Imports made by any mapper version and not freed yet.
+size_t LiveImports();
+
+// The CPU mappings the mappers currently hold (address, length), for leak checks.
+std::set<std::pair<uintptr_t, size_t>> MappedRegions();
+
+void SetReleaseFenceMode(FenceMode mode);
+
+// (st_dev, st_ino) of the last release fence unlock() handed out, to check a client's dup.
+std::optional<std::pair<dev_t, ino_t>> LastReleaseFence();
+
+// The next call of `operation` (through any version) fails with `error` (a mapper Error value,
+// equal across versions) and does nothing else. Calls queue up.
+void FailNextCode(Operation operation, int32_t error);
+template <typename Error, typename = std::enable_if_t<std::is_enum_v<Error>>>
+void FailNext(Operation operation, Error error) {
+    FailNextCode(operation, static_cast<int32_t>(error));
+}
+
+// Reads a buffer back as the framework would: import, lock for CPU read, copy, unlock, free,
+// through the newest mapper version a lookup finds (nullopt if none, or if any step fails).
+// The raw handle stays the caller's.
+std::optional<std::vector<uint8_t>> ReadBack(const native_handle_t* rawHandle);
+
+// Back to a device without mappers: removes all versions, pending failures and the fence mode,
+// and releases imports left over. Returns the number of imports it had to release.
+size_t Reset();
+
+}  // namespace hostkit::mapper

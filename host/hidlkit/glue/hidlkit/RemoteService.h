@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include <android/hidl/base/1.0/IBase.h>
+#include <hidl/HidlSupport.h>
+#include <utils/Errors.h>
+#include <utils/RefBase.h>
+
+namespace hostkit {
+namespace hidl {
+namespace detail {
+
+// One registration of a service as its proxies see it: alive until killed,
+// with the death links of every proxy and the injected transport failures.
+// Thread-safe; never calls out while holding its lock.
+class RemoteService {
+  public:
+    struct Death {
+        uint64_t id;
+        ::android::wp<::android::hardware::hidl_death_recipient> recipient;
+        uint64_t cookie;
+        ::android::wp<::android::hidl::base::V1_0::IBase> who;
+    };
+
+    explicit RemoteService(std::string name);
+
+    const std::string& name() const { return mName; }
+    // OK, DEAD_OBJECT once killed, or the status of an injected failure.
+    ::android::status_t beginCall();
+    // False if the service is already dead.
+    bool link(const ::android::sp<::android::hardware::hidl_death_recipient>& recipient, uint64_t cookie,
+              ::android::hidl::base::V1_0::IBase* proxy);
+    // Removes the most recent link of recipient made through proxy. Returns
+    // false if there is none or the service is dead (a pending notification
+    // for it is still cancelled).
+    bool unlink(const ::android::sp<::android::hardware::hidl_death_recipient>& recipient,
+                const ::android::hidl::base::V1_0::IBase* proxy);
+    // Forgets the links of a proxy that goes away.
+    void dropLinks(const ::android::hidl::base::V1_0::IBase* proxy);
+    void failNextCalls(int count, ::android::status_t status);
+    // Marks the service dead; returns the notifications to deliver.
+    std::vector<Death> kill();
+    // True exactly once per link still present: the caller then delivers it.
+    bool takePending(uint64_t id);
+    size_t linkCount() const;
+
+  private:
+    struct Link {
+        Death death;
+        const ::android::hidl::base::V1_0::IBase* proxy;
+    };
+
+    const std::string mName;
+    mutable std::mutex mLock;
+    bool mDead = false;
+    int mFailLeft = 0;
+    ::android::status_t mFailStatus = ::android::OK;
+    uint64_t mNextId = 1;
+    std::vector<Link> mLinks;
+};
+
+}  // namespace detail
+}  // namespace hidl
+}  // namespace hostkit

@@ -1,0 +1,35 @@
+#define LOG_TAG "HidlServiceManagement"
+
+#include <hidlkit/HidlGlue.h>
+
+#include <log/log.h>
+
+#include "ServiceRegistry.h"
+
+namespace hostkit {
+namespace hidl {
+namespace detail {
+
+Lookup findService(const char* descriptor, const std::string& instance, bool wait) {
+    if (descriptor == nullptr) return Lookup{};
+    return ServiceRegistry::get().find(descriptor, instance, wait);
+}
+
+::android::status_t registerService(const char* descriptor, const std::string& instance,
+                                    const sp<IBase>& service) {
+    if (descriptor == nullptr) return ::android::BAD_VALUE;
+    return ServiceRegistry::get().add(descriptor, instance, service, false);
+}
+
+void logBadCast(const char* descriptor, const std::string& instance) {
+    ALOGE("getService: found %s/%s but it is not of that type", descriptor, instance.c_str());
+}
+
+::android::hardware::Status nullCallbackStatus() {
+    return ::android::hardware::Status::fromExceptionCode(::android::hardware::Status::EX_ILLEGAL_ARGUMENT,
+                                                          "Null synchronous callback passed.");
+}
+
+}  // namespace detail
+}  // namespace hidl
+}  // namespace hostkit

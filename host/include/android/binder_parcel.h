@@ -1,0 +1,69 @@
+#pragma once
+
+// AParcel: the byte buffer a transaction carries (libbinder_ndk). Values are 4-byte aligned;
+// binders and file descriptors are objects the parcel holds beside its bytes. A file
+// descriptor written into a parcel is duplicated (the parcel owns the copy) and every read
+// hands the reader a duplicate of its own, as the kernel does when it transfers one.
+
+#include <stddef.h>
+#include <sys/cdefs.h>
+
+#include <android/binder_status.h>
+
+struct AIBinder;
+typedef struct AIBinder AIBinder;
+
+__BEGIN_DECLS
+
+struct AParcel;
+typedef struct AParcel AParcel;
+
+void AParcel_delete(AParcel* parcel) __INTRODUCED_IN(29);
+__attribute__((warn_unused_result)) AParcel* AParcel_create(void) __INTRODUCED_IN(31);
+binder_status_t AParcel_setDataPosition(const AParcel* parcel, int32_t position) __INTRODUCED_IN(29);
+int32_t AParcel_getDataPosition(const AParcel* parcel) __INTRODUCED_IN(29);
+int32_t AParcel_getDataSize(const AParcel* parcel) __INTRODUCED_IN(31);
+binder_status_t AParcel_reset(AParcel* parcel) __INTRODUCED_IN(31);
+
+// Allocators: return false to refuse (a null value for length -1, or no memory).
+typedef bool (*AParcel_stringAllocator)(void* stringData, int32_t length, char** buffer);
+
+binder_status_t AParcel_writeStrongBinder(AParcel* parcel, AIBinder* binder) __INTRODUCED_IN(29);
+// On success *binder holds one reference owned by the caller (null for a null binder).
+binder_status_t AParcel_readStrongBinder(const AParcel* parcel, AIBinder** binder) __INTRODUCED_IN(29);
+
+// fd -1 writes a null descriptor; the caller keeps fd (the parcel stores a duplicate).
+binder_status_t AParcel_writeParcelFileDescriptor(AParcel* parcel, int fd) __INTRODUCED_IN(29);
+// *fd is a new descriptor owned by the caller, or -1 for a null one.
+binder_status_t AParcel_readParcelFileDescriptor(const AParcel* parcel, int* fd) __INTRODUCED_IN(29);
+
+binder_status_t AParcel_writeStatusHeader(AParcel* parcel, const AStatus* status) __INTRODUCED_IN(29);
+binder_status_t AParcel_readStatusHeader(const AParcel* parcel, AStatus** status) __INTRODUCED_IN(29);
+
+// string null with length -1 writes a null string; otherwise length bytes of UTF-8.
+binder_status_t AParcel_writeString(AParcel* parcel, const char* string, int32_t length)
+        __INTRODUCED_IN(29);
+binder_status_t AParcel_readString(const AParcel* parcel, void* stringData,
+                                   AParcel_stringAllocator allocator) __INTRODUCED_IN(29);
+
+binder_status_t AParcel_writeInt32(AParcel* parcel, int32_t value) __INTRODUCED_IN(29);
+binder_status_t AParcel_writeUint32(AParcel* parcel, uint32_t value) __INTRODUCED_IN(29);
+binder_status_t AParcel_writeInt64(AParcel* parcel, int64_t value) __INTRODUCED_IN(29);
+binder_status_t AParcel_writeUint64(AParcel* parcel, uint64_t value) __INTRODUCED_IN(29);
+binder_status_t AParcel_writeFloat(AParcel* parcel, float value) __INTRODUCED_IN(29);
+binder_status_t AParcel_writeDouble(AParcel* parcel, double value) __INTRODUCED_IN(29);
+binder_status_t AParcel_writeBool(AParcel* parcel, bool value) __INTRODUCED_IN(29);
+binder_status_t AParcel_writeChar(AParcel* parcel, char16_t value) __INTRODUCED_IN(29);
+binder_status_t AParcel_writeByte(AParcel* parcel, int8_t value) __INTRODUCED_IN(29);
+
+binder_status_t AParcel_readInt32(const AParcel* parcel, int32_t* value) __INTRODUCED_IN(29);
+binder_status_t AParcel_readUint32(const AParcel* parcel, uint32_t* value) __INTRODUCED_IN(29);
+binder_status_t AParcel_readInt64(const AParcel* parcel, int64_t* value) __INTRODUCED_IN(29);
+binder_status_t AParcel_readUint64(const AParcel* parcel, uint64_t* value) __INTRODUCED_IN(29);
+binder_status_t AParcel_readFloat(const AParcel* parcel, float* value) __INTRODUCED_IN(29);
+binder_status_t AParcel_readDouble(const AParcel* parcel, double* value) __INTRODUCED_IN(29);
+binder_status_t AParcel_readBool(const AParcel* parcel, bool* value) __INTRODUCED_IN(29);
+binder_status_t AParcel_readChar(const AParcel* parcel, char16_t* value) __INTRODUCED_IN(29);
+binder_status_t AParcel_readByte(const AParcel* parcel, int8_t* value) __INTRODUCED_IN(29);
+
+__END_DECLS
