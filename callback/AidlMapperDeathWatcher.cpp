@@ -1,0 +1,37 @@
+#define LOG_TAG "VIRCAMERA_AIDL_WRAPPERCB"
+
+#include "callback/AidlMapperDeathWatcher.h"
+
+#include <log/log.h>
+
+#include "callback/AidlVirCameraCallback.h"
+#include "callback/VirMapperMgr.h"
+
+namespace android {
+
+namespace {
+
+constexpr int NO_MAPPER = -200009;
+
+}  // namespace
+
+AidlMapperDeathWatcher::AidlMapperDeathWatcher(const std::weak_ptr<AidlVirCameraCallback>& owner)
+    : MapperWatcherBase(LOG_TAG), mOwner(owner) {}
+
+AidlMapperDeathWatcher::~AidlMapperDeathWatcher() {
+    ALOGD("~~AidlMapperDeathWatcher");
+}
+
+int AidlMapperDeathWatcher::RegServiceLinkDeath() {
+    std::shared_ptr<VirMapperBase> mapper = VirMapperMgr::GetInstance().Create();
+    SetMapperService(mapper);
+    return mapper != nullptr ? 0 : NO_MAPPER;
+}
+
+void AidlMapperDeathWatcher::DetachFromOwner() {
+    if (std::shared_ptr<AidlVirCameraCallback> owner = mOwner.lock()) {
+        owner->ClearMapper();
+    }
+}
+
+}  // namespace android

@@ -1,0 +1,40 @@
+#include "callback/MapperWatcherBase.h"
+
+#include <android/log.h>
+
+namespace android {
+
+std::shared_ptr<VirMapperBase> MapperWatcherBase::GetMapperService() const {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mMapper;
+}
+
+void MapperWatcherBase::SetMapperService(std::shared_ptr<VirMapperBase> mapper) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mMapper = std::move(mapper);
+}
+
+std::shared_ptr<VirMapperBase> MapperWatcherBase::TakeMapperService() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return std::move(mMapper);
+}
+
+void MapperWatcherBase::UnregServiceLinkDeath() {
+    __android_log_print(ANDROID_LOG_DEBUG, mLogTag, "Mapper UnregServiceLinkDeath");
+    if (auto mapper = TakeMapperService()) {
+        mapper->Release(this);
+    }
+}
+
+void MapperWatcherBase::serviceDied(uint64_t cookie, const wp<hidl::base::V1_0::IBase>& /*who*/) {
+    __android_log_print(ANDROID_LOG_DEBUG, mLogTag, "Mapper serviceDied type=%lld",
+                        static_cast<long long>(cookie));
+    if (auto mapper = TakeMapperService()) {
+        mapper->Release(this);
+    }
+    // The owner normally holds the last strong reference to this watcher; the death
+    // notification keeps its own reference until this call returns.
+    DetachFromOwner();
+}
+
+}  // namespace android

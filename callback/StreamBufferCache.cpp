@@ -1,0 +1,138 @@
+#include "callback/StreamBufferCache.h"
+
+#include <unistd.h>
+
+#include <thread>
+
+namespace android {
+
+namespace {
+
+constexpr int RELEASE_RETRY_COUNT = 40;
+constexpr useconds_t RELEASE_RETRY_SLEEP_US = 5000;
+
+}  // namespace
+
+CacheResult StreamBufferCache::Import(StreamBufferID key, const native_handle_t* raw,
+                                      const std::function<void()>& beforeImport) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (raw == nullptr) {
+        // Requests for buffers the library already holds come without a handle.
+        return {mStreamBuffers.empty() ? CacheStatus::EMPTY : CacheStatus::OK};
+    }
+    std::shared_ptr<VirMapperBase> mapper = mOwner.GetMapper();
+    if (mapper == nullptr) {
+        return {CacheStatus::NO_MAPPER};
+    }
+    beforeImport();
+    if (auto old = mStreamBuffers.find(key); old != mStreamBuffers.end()) {
+        const native_handle* handle = old->second->handle;
+        mapper->FreeBuffer(handle);
+        mStreamBuffers.erase(old);
+    }
+    const native_handle* imported = nullptr;
+    if (int ret = mapper->ImportBuffer(hardware::hidl_handle(raw), imported); ret != 0) {
+        return {CacheStatus::IMPORT_FAILED, ret};
+    }
+    mStreamBuffers.emplace(key, mOwner.MakeStreamBuffer(key.streamId, key.bufferId, imported));
+    return {};
+}
+
+CacheResult StreamBufferCache::Lock(StreamBufferID key, void** handleData, void*& address) {
+    if (mInRelease.load()) {
+        return {CacheStatus::IN_RELEASE};
+    }
+    std::shared_ptr<VirMapperBase> mapper = mOwner.GetMapper();
+    if (mapper == nullptr) {
+        return {CacheStatus::NO_MAPPER};
+    }
+    const native_handle* handle = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        auto entry = mStreamBuffers.find(key);
+        if (entry == mStreamBuffers.end()) {
+            return {CacheStatus::NO_ENTRY};
+        }
+        entry->second->locked = true;
+        handle = entry->second->handle;
+    }
+    if (handleData != nullptr) {
+        *handleData = const_cast<int*>(handle->data);
+    }
+    if (int ret = mapper->Lock(handle, address); ret != 0) {
+        return {CacheStatus::LOCK_FAILED, ret};
+    }
+    return {};
+}
+
+CacheResult StreamBufferCache::Unlock(StreamBufferID key, int& releaseFence) {
+    std::shared_ptr<VirMapperBase> mapper = mOwner.GetMapper();
+    if (mapper == nullptr) {
+        return {CacheStatus::NO_MAPPER};
+    }
+    std::lock_guard<std::mutex> lock(mMutex);
+    auto entry = mStreamBuffers.find(key);
+    if (entry == mStreamBuffers.end()) {
+        return {CacheStatus::NO_ENTRY};
+    }
+    entry->second->locked = false;
+    const native_handle* handle = entry->second->handle;
+    mOwner.BeforeUnlock(handle);
+    int fence = -1;
+    mapper->UnLock(handle, fence);
+    releaseFence = fence;
+    return {};
+}
+
+CacheResult StreamBufferCache::Remove(StreamBufferID key) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    auto entry = mStreamBuffers.find(key);
+    if (entry == mStreamBuffers.end()) {
+        return {CacheStatus::NO_ENTRY};
+    }
+    std::shared_ptr<VirMapperBase> mapper = mOwner.GetMapper();
+    if (mapper == nullptr) {
+        return {CacheStatus::NO_MAPPER};
+    }
+    const native_handle* handle = entry->second->handle;
+    mapper->FreeBuffer(handle);
+    mStreamBuffers.erase(entry);
+    return {};
+}
+
+bool StreamBufferCache::ReleaseOnce() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    bool released = true;
+    auto entry = mStreamBuffers.begin();
+    while (entry != mStreamBuffers.end()) {
+        if (entry->second->locked) {
+            // Deliberately stays on this entry: only an unlock lets the walk go on,
+            // and the unlock needs this same lock.
+            released = false;
+            std::this_thread::yield();
+            continue;
+        }
+        if (std::shared_ptr<VirMapperBase> mapper = mOwner.GetMapper()) {
+            const native_handle* handle = entry->second->handle;
+            mapper->FreeBuffer(handle);
+        }
+        entry = mStreamBuffers.erase(entry);
+    }
+    return released;
+}
+
+void StreamBufferCache::ReleaseAll() {
+    mInRelease.store(true);
+    for (int retry = 0; !ReleaseOnce() && retry < RELEASE_RETRY_COUNT; ++retry) {
+        usleep(RELEASE_RETRY_SLEEP_US);
+    }
+    ReleaseOnce();
+    mInRelease.store(false);
+}
+
+size_t StreamBufferCache::Size() const {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mStreamBuffers.size();
+}
+
+}  // namespace android

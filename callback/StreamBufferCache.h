@@ -1,0 +1,74 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+
+#include <hidl/HidlSupport.h>
+
+#include "callback/StreamBuffer.h"
+#include "callback/VirMapperBase.h"
+
+namespace android {
+
+// What a channel callback provides to the buffer cache it owns.
+class StreamBufferOwner {
+public:
+    // The current mapper adapter, creating the mapper watcher on first use; empty if none.
+    virtual std::shared_ptr<VirMapperBase> GetMapper() = 0;
+    // A cache entry for a freshly imported handle.
+    virtual std::shared_ptr<StreamBuffer> MakeStreamBuffer(int32_t streamId, int32_t bufferId,
+                                                           const native_handle_t* handle) = 0;
+    // Runs under the cache lock right before a buffer is unlocked.
+    virtual void BeforeUnlock(const native_handle_t* /*handle*/) {}
+
+protected:
+    ~StreamBufferOwner() = default;
+};
+
+enum class CacheStatus { OK, EMPTY, NO_MAPPER, NO_ENTRY, IMPORT_FAILED, LOCK_FAILED, IN_RELEASE };
+
+struct CacheResult {
+    CacheStatus status = CacheStatus::OK;
+    int error = 0;  // the mapper's result for IMPORT_FAILED and LOCK_FAILED
+};
+
+// The imported stream buffers of one channel callback, keyed by (stream id, buffer id).
+// One lock guards the map and every entry; it is never held while the caller of the
+// library runs. Mapper lock calls happen outside it so a slow CPU mapping does not
+// stall image requests. Release walks never step past a locked buffer: a caller must
+// unlock what it locked before a release can finish.
+class StreamBufferCache {
+public:
+    explicit StreamBufferCache(StreamBufferOwner& owner) : mOwner(owner) {}
+
+    // Caches an import of `raw` under `key`, replacing (and freeing) an entry with the
+    // same key. A null `raw` succeeds when the cache holds any entry at all, whatever
+    // its key, and answers EMPTY otherwise. `beforeImport` runs once a mapper was found.
+    CacheResult Import(StreamBufferID key, const native_handle_t* raw,
+                       const std::function<void()>& beforeImport);
+    // Marks the buffer locked and maps it; `handleData`, when not null, receives the
+    // handle's data array. On OK `address` is the CPU mapping.
+    CacheResult Lock(StreamBufferID key, void** handleData, void*& address);
+    // Clears the lock mark and unlocks; `releaseFence` gets the mapper's fence or -1.
+    CacheResult Unlock(StreamBufferID key, int& releaseFence);
+    // Frees and forgets one buffer, locked or not.
+    CacheResult Remove(StreamBufferID key);
+    // One release pass; false when it met a locked buffer (see the class comment).
+    bool ReleaseOnce();
+    // Releases everything, retrying for about 200 ms; refuses new locks meanwhile.
+    void ReleaseAll();
+
+    bool InRelease() const { return mInRelease.load(); }
+    size_t Size() const;
+
+private:
+    StreamBufferOwner& mOwner;
+    std::atomic<bool> mInRelease{false};
+    mutable std::mutex mMutex;
+    std::map<StreamBufferID, std::shared_ptr<StreamBuffer>> mStreamBuffers;
+};
+
+}  // namespace android

@@ -1,0 +1,348 @@
+#define LOG_TAG "VIRCAMERA_AIDL_CLIENT"
+
+#include "client/AidlVirtualCameraClient.h"
+
+#include <binder/IServiceManager.h>
+#include <json/value.h>
+#include <log/log.h>
+#include <utils/String16.h>
+#include <utils/String8.h>
+
+#include "common/JsonUtil.h"
+#include "common/VirCameraConstants.h"
+#include "wrapper/AidlService.h"
+#include "wrapper/NdkUtil.h"
+
+namespace AIDLVIRTUAL_CAMERA_CLIENT {
+
+using aidl::vendor::zuvek::hardware::camera::vircamera::StatusResult;
+using android::DevStrInfo;
+
+namespace {
+
+constexpr int32_t CMD_REGISTER = 9005;
+constexpr int32_t CMD_UNREGISTER = 9006;
+constexpr int32_t CMD_SWITCH_ON = 10001;
+constexpr int32_t CMD_SWITCH_OFF = 10002;
+constexpr int32_t CMD_ID_LIST = 30001;
+
+constexpr int32_t ERR_WAIT_TIMEOUT = -200010;
+constexpr int32_t ERR_BAD_JSON = -200011;
+constexpr int32_t ERR_SWITCH_REFUSED = -200013;
+constexpr int32_t ERR_NO_SERVICE = -200014;
+constexpr int32_t ERR_BINDER = -200015;
+constexpr int32_t ERR_SWITCH_ON_FAILED = -200016;
+constexpr int32_t ERR_SWITCH_OFF_FAILED = -200017;
+
+constexpr int STREAM_CHANGE_MODE = 0;
+constexpr const char* REGISTER_INSTANCE = "/virtualcamera.register";
+constexpr const char* STREAM_CHANGE_INSTANCE = "/virtualcamera.streamchange";
+constexpr const char* CAMERA_PROVIDER = "android.hardware.camera.provider.ICameraProvider";
+
+std::string ToText(const Json::Value& value) {
+    std::string text;
+    JsonUtil::JsonValueToString(value, text);
+    return text;
+}
+
+Json::Value DeviceRequest(const std::string& device, const std::string& service) {
+    Json::Value request;
+    request[android::KEY_DEVICE_ID] = device;
+    request[android::KEY_SERVICE_ID] = service;
+    return request;
+}
+
+// The texts of one switch direction.
+struct SwitchTexts {
+    int32_t cmd;
+    const char* function;
+    const char* refused;
+    const char* waitFailed;
+    const char* succeeded;
+    const char* failed;
+    int32_t failedCode;
+};
+
+const SwitchTexts SWITCH_ON = {CMD_SWITCH_ON, "SwitchOnCamStream",
+                               "%s: Switch on aidl virtual camera device failed!",
+                               "%s: wait for switch on aidl virtual camera return failed!",
+                               "%s: switch on aidl virtual camera return success!",
+                               "%s: switch on aidl virtual camera return failed!", ERR_SWITCH_ON_FAILED};
+const SwitchTexts SWITCH_OFF = {CMD_SWITCH_OFF, "SwitchOffCamStream",
+                                "%s: Switch off aidl virtual camera device failed!",
+                                "%s: wait for switch off aidl virtual camera return failed!",
+                                "%s: switch off aidl virtual camera end success!",
+                                "%s: switch off aidl virtual camera return failed!", ERR_SWITCH_OFF_FAILED};
+
+}  // namespace
+
+AidlVirtualCameraClient& AidlVirtualCameraClient::Get() {
+    static AidlVirtualCameraClient instance;
+    return instance;
+}
+
+AidlVirtualCameraClient::AidlVirtualCameraClient() : mWaiter(LOG_TAG) {
+    ALOGI("%s", "AidlVirtualCameraClient");
+}
+
+AidlVirtualCameraClient::~AidlVirtualCameraClient() {
+    ALOGI("%s", "~AidlVirtualCameraClient");
+}
+
+std::shared_ptr<AidlVirtualCameraClient::IVirCameraChannel> AidlVirtualCameraClient::Connect() const {
+    std::lock_guard<std::mutex> lock(mConnectMutex);
+    return mConnect;
+}
+
+bool AidlVirtualCameraClient::Init() {
+    std::lock_guard<std::mutex> initLock(mInitMutex);
+    if (Connect() != nullptr) {
+        ALOGI("%s: already init service", __func__);
+        return true;
+    }
+    android::Vector<android::String16> instances =
+        android::defaultServiceManager()->getDeclaredInstances(android::String16(CAMERA_PROVIDER));
+    for (const android::String16& instance : instances) {
+        const std::string name = android::String8(instance).string();
+        ALOGI("%s: AidlVirtualCameraClient : %s   ,%s", __func__, (std::string(CAMERA_PROVIDER) + "/" + name).c_str(),
+              name.c_str());
+    }
+    ALOGI("%s: check for aidl client start", __func__);
+    std::shared_ptr<IVirCameraChannel> connect = NdkUtil::CheckAndStartService<IVirCameraChannel>(REGISTER_INSTANCE);
+    if (connect != nullptr) {
+        ALOGI("%s: find mConnect", __func__);
+    } else {
+        ALOGW("%s: unable to find mConnect", __func__);
+    }
+    std::lock_guard<std::mutex> lock(mConnectMutex);
+    mConnect = connect;
+    // Over AIDL the service check always passes; registration reports a missing channel.
+    return true;
+}
+
+int32_t AidlVirtualCameraClient::RegisterVirCamera(std::string device, std::string service,
+                                                   const std::vector<std::string>& camInfo) {
+    std::lock_guard<std::mutex> operationLock(mOperationMutex);
+    std::shared_ptr<IVirCameraChannel> connect = Connect();
+    if (connect == nullptr) {
+        ALOGE("%s: Can not find service!", __func__);
+        return ERR_NO_SERVICE;
+    }
+    Json::Value request = DeviceRequest(device, service);
+    request[android::KEY_VIR_CAM_INFO] = Json::Value(Json::arrayValue);
+    for (const std::string& info : camInfo) {
+        request[android::KEY_VIR_CAM_INFO].append(info);
+    }
+    StatusResult result;
+    ndk::ScopedAStatus status = connect->doCmdRequest(CMD_REGISTER, ToText(request), &result);
+    if (!status.isOk()) {
+        ALOGE("%s: failed: %d msg: %s", __func__, status.getExceptionCode(), status.getMessage());
+        return ERR_BINDER;
+    }
+    ALOGI("%s: Register virtual camera device with ret %d", __func__, result.status);
+    return result.status;
+}
+
+int32_t AidlVirtualCameraClient::UnRegisterVirCamera(std::string device, std::string service) {
+    std::lock_guard<std::mutex> operationLock(mOperationMutex);
+    std::shared_ptr<IVirCameraChannel> connect = Connect();
+    if (connect == nullptr) {
+        ALOGE("%s: Can not find service!", __func__);
+        return ERR_NO_SERVICE;
+    }
+    StatusResult result;
+    ndk::ScopedAStatus status = connect->doCmdRequest(CMD_UNREGISTER, ToText(DeviceRequest(device, service)), &result);
+    if (!status.isOk()) {
+        ALOGE("%s: failed: %d msg: %s", __func__, status.getExceptionCode(), status.getMessage());
+        return ERR_BINDER;
+    }
+    ALOGI("%s: Unregister virtual camera device with ret %d", __func__, result.status);
+    return result.status;
+}
+
+int32_t AidlVirtualCameraClient::SwitchOnCamStream(std::string device, std::string service, int cameraCount,
+                                                   const std::vector<std::string>& physicalIds) {
+    return Switch(true, device, service, cameraCount, physicalIds);
+}
+
+int32_t AidlVirtualCameraClient::SwitchOffCamStream(std::string device, std::string service) {
+    return Switch(false, device, service, 0, {});
+}
+
+int32_t AidlVirtualCameraClient::Switch(bool on, const std::string& device, const std::string& service,
+                                        int cameraCount, const std::vector<std::string>& physicalIds) {
+    const SwitchTexts& texts = on ? SWITCH_ON : SWITCH_OFF;
+    std::lock_guard<std::mutex> operationLock(mOperationMutex);
+    // Switch-on may start the stream-change service; switch-off only uses a running one.
+    std::shared_ptr<IVirCameraChannel> channel =
+        on ? NdkUtil::CheckAndStartService<IVirCameraChannel>(STREAM_CHANGE_INSTANCE)
+           : NdkUtil::CheckOrGetService<IVirCameraChannel>(STREAM_CHANGE_INSTANCE);
+    if (channel == nullptr) {
+        if (!on) {
+            ALOGW("%s: Can not find service!", texts.function);
+            return 0;
+        }
+        ALOGE("%s: Can not find service!", texts.function);
+        return ERR_NO_SERVICE;
+    }
+    Json::Value request = DeviceRequest(device, service);
+    if (on) {
+        std::string joined;  // the HAL expects the ids back to back, without a separator
+        for (const std::string& id : physicalIds) {
+            joined += id;
+        }
+        request[android::KEY_CAMERA_COUNT] = cameraCount;
+        request[android::KEY_CAMERA_PHYSICAL_ID] = joined;
+    }
+    mWaiter.Reset();
+    StatusResult result;
+    ndk::ScopedAStatus status = channel->doCmdRequest(texts.cmd, ToText(request), &result);
+    if (!status.isOk()) {
+        ALOGE("%s: failed: %d msg: %s", texts.function, status.getExceptionCode(), status.getMessage());
+        return ERR_BINDER;
+    }
+    if (result.status != 0) {
+        ALOGE("%s: failed ret: %d", texts.function, result.status);
+        return result.status;
+    }
+    Json::Value answer;
+    JsonUtil::StringToJsonValue(result.data, answer);
+    if (answer.empty()) {
+        ALOGE("%s inRoot failed %s", texts.function, result.data.c_str());
+        return ERR_BAD_JSON;
+    }
+    mSequenNum.store(JsonUtil::JsonParseInt(answer, android::KEY_SEQ_NO));
+    if (JsonUtil::JsonParseInt(answer, android::KEY_OPT_RET) != 0) {
+        ALOGE(texts.refused, texts.function);
+        return ERR_SWITCH_REFUSED;
+    }
+    if (!on) {
+        ALOGI("%s: Switch off aidl virtual camera start success, seqnum: %d", texts.function, mSequenNum.load());
+    }
+    std::mutex& switchMutex = on ? mSwitchOnMutex : mSwitchOffMutex;
+    std::condition_variable& switchCond = on ? mSwitchOnCond : mSwitchOffCond;
+    std::unique_lock<std::mutex> switchLock(switchMutex);
+    int32_t waited = WaitForHALReturn(switchCond, switchLock, static_cast<uint32_t>(mSequenNum.load()));
+    if (waited != 0) {
+        ALOGE(texts.waitFailed, texts.function);
+        return waited;
+    }
+    if ((on ? mSwitchOnResult : mSwitchOffResult).load()) {
+        ALOGI(texts.succeeded, texts.function);
+        return 0;
+    }
+    ALOGE(texts.failed, texts.function);
+    return texts.failedCode;
+}
+
+int32_t AidlVirtualCameraClient::WaitForHALReturn(std::condition_variable& cond, std::unique_lock<std::mutex>& lock,
+                                                  uint32_t seqNum) {
+    // The caller's switch lock stays held; reports meet the waiter on its own lock.
+    (void)lock;
+    const auto direction = &cond == &mSwitchOnCond ? android::HalReturnWaiter::Direction::SWITCH_ON
+                                                   : android::HalReturnWaiter::Direction::SWITCH_OFF;
+    return mWaiter.Wait(direction, seqNum) == android::HalReturnWaiter::Outcome::TIMEOUT ? ERR_WAIT_TIMEOUT : 0;
+}
+
+int32_t AidlVirtualCameraClient::NotifySwitchOnVirtualCameraResult(const std::string& json) {
+    Json::Value report;
+    JsonUtil::StringToJsonValue(json, report);
+    if (report.empty()) {
+        ALOGE("%s inRoot failed %s", __func__, json.c_str());
+        return ERR_BAD_JSON;
+    }
+    bool success = true;
+    const int32_t seqNum = JsonUtil::JsonParseInt(report, android::KEY_SEQ_NO);
+    if (JsonUtil::JsonParseInt(report, android::KEY_OPT_RET) != 0) {
+        ALOGE("%s: switch on aidl vitual camera stream failed!", __func__);
+        success = false;
+    }
+    const int32_t expected = mSequenNum.load();
+    if (expected != seqNum) {
+        ALOGE("%s: aidl seqnum is invalid. mSequenNum: %d, seqnum: %d", __func__, expected, seqNum);
+        success = false;
+    }
+    mSwitchOnResult.store(success);
+    mWaiter.Report(android::HalReturnWaiter::Direction::SWITCH_ON, static_cast<uint32_t>(seqNum), __func__);
+    return 0;
+}
+
+int32_t AidlVirtualCameraClient::NotifySwitchOffVirtualCameraResult(const std::string& json) {
+    Json::Value report;
+    JsonUtil::StringToJsonValue(json, report);
+    if (report.empty()) {
+        ALOGE("%s inRoot failed %s", __func__, json.c_str());
+        return ERR_BAD_JSON;
+    }
+    const int32_t seqNum = JsonUtil::JsonParseInt(report, android::KEY_SEQ_NO);
+    bool success = true;
+    if (JsonUtil::JsonParseInt(report, android::KEY_OPT_RET) != 0) {
+        ALOGE("%s: switch off vitual camera stream failed!", __func__);
+        success = false;
+    }
+    mSwitchOffResult.store(success);
+    // Switch-off takes whatever sequence number the HAL reports.
+    ALOGI("%s: seqnum: %d mSequenNum:%d", __func__, seqNum, mSequenNum.exchange(seqNum));
+    mWaiter.Report(android::HalReturnWaiter::Direction::SWITCH_OFF, static_cast<uint32_t>(seqNum), __func__);
+    return 0;
+}
+
+std::string AidlVirtualCameraClient::GetVirtualCameraIdList() {
+    std::shared_ptr<IVirCameraChannel> connect = Connect();
+    if (connect == nullptr) {
+        ALOGE("%s: Can not find IVirCameraChannel service!", __func__);
+        return android::STR_MINUS_ONE;
+    }
+    StatusResult result;
+    ndk::ScopedAStatus status = connect->doCmdRequest(CMD_ID_LIST, "", &result);
+    if (!status.isOk() || result.status != 0) {
+        ALOGE("%s: processCmdRequest failed: %d msg: %s", __func__, status.getExceptionCode(), status.getMessage());
+        return android::STR_MINUS_ONE;
+    }
+    return result.data;
+}
+
+void AidlVirtualCameraClient::ClearSwitchService() {
+    ALOGD("%s: clear start", __func__);
+    std::shared_ptr<android::AidlService> dropped;  // destroyed after the lock is released
+    std::lock_guard<std::recursive_mutex> lock(mMapsMutex);
+    if (auto users = mUserMap.find(STREAM_CHANGE_MODE); users != mUserMap.end()) {
+        ALOGI("use map has invalid cache size=%lu", static_cast<unsigned long>(users->second.size()));
+        mUserMap.erase(users);
+    }
+    if (auto service = mServiceMap.find(STREAM_CHANGE_MODE); service != mServiceMap.end()) {
+        ALOGI("service map has invalid cache");
+        dropped = std::move(service->second);
+        mServiceMap.erase(service);
+    }
+}
+
+void AidlVirtualCameraClient::BinderDied(const std::string& device, const std::string& service) {
+    const DevStrInfo user{device, service};
+    std::vector<std::shared_ptr<android::AidlService>> dropped;  // destroyed after the lock
+    {
+        std::lock_guard<std::recursive_mutex> lock(mMapsMutex);
+        std::vector<int> modes;
+        for (const auto& [mode, users] : mUserMap) {
+            if (std::find(users.begin(), users.end(), user) != users.end()) {
+                modes.push_back(mode);
+            }
+        }
+        for (int mode : modes) {
+            ALOGI("%s: delete service mode %d", __func__, mode);
+            mUserMap.erase(mode);
+            if (auto entry = mServiceMap.find(mode); entry != mServiceMap.end()) {
+                dropped.push_back(std::move(entry->second));
+                mServiceMap.erase(entry);
+            }
+        }
+    }
+    ALOGI("%s: success", __func__);
+    std::lock_guard<std::mutex> lock(mConnectMutex);
+    if (mConnect != nullptr) {
+        ALOGD("%s: set mConnect null", __func__);
+        mConnect.reset();
+    }
+}
+
+}  // namespace AIDLVIRTUAL_CAMERA_CLIENT

@@ -1,0 +1,58 @@
+#include "client/HalReturnWaiter.h"
+
+#include <android/log.h>
+
+namespace android {
+
+namespace {
+
+constexpr std::chrono::seconds WAIT_LIMIT{3};
+constexpr std::chrono::nanoseconds TIMEOUT_AFTER{2999999999};
+
+}  // namespace
+
+void HalReturnWaiter::Reset() {
+    std::lock_guard<std::mutex> lock(mAsyncTaskInfoLock);
+    mReturnedSeqNum = 0;
+    mReturned = false;
+}
+
+HalReturnWaiter::Outcome HalReturnWaiter::Wait(Direction direction, uint32_t seqNum) {
+    std::unique_lock<std::mutex> lock(mAsyncTaskInfoLock);
+    if (mReturned && mReturnedSeqNum == seqNum) {
+        __android_log_print(ANDROID_LOG_INFO, mLogTag, "%s: the async task has return, no need wait",
+                            "WaitForHALReturn");
+        return Outcome::RETURNED_BEFORE;
+    }
+    // Any report of this direction ends the wait, also one with another sequence number:
+    // the caller then reads the outcome the report left.
+    const size_t index = static_cast<size_t>(direction);
+    const uint64_t reportsBefore = mReports[index];
+    const auto start = std::chrono::steady_clock::now();
+    mWaiting = true;
+    mReported.wait_until(lock, start + WAIT_LIMIT, [&] { return mReports[index] != reportsBefore; });
+    mWaiting = false;
+    if (mReports[index] == reportsBefore && std::chrono::steady_clock::now() - start > TIMEOUT_AFTER) {
+        __android_log_print(ANDROID_LOG_ERROR, mLogTag, "%s: wait for HAL return timeout!", "WaitForHALReturn");
+        return Outcome::TIMEOUT;
+    }
+    return Outcome::WOKEN;
+}
+
+void HalReturnWaiter::Report(Direction direction, uint32_t seqNum, const char* caller) {
+    {
+        std::lock_guard<std::mutex> lock(mAsyncTaskInfoLock);
+        if (mWaiting) {
+            __android_log_print(ANDROID_LOG_INFO, mLogTag, "%s: main thread waiting on aync return, notify it",
+                                caller);
+        } else {
+            __android_log_print(ANDROID_LOG_INFO, mLogTag, "%s: get async task info lock", caller);
+            mReturnedSeqNum = seqNum;
+            mReturned = true;
+        }
+        ++mReports[static_cast<size_t>(direction)];
+    }
+    mReported.notify_all();
+}
+
+}  // namespace android

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <json/value.h>
+
+// JSON helpers of the whole library. None throws or aborts: every failure is one WARN
+// line and the documented failure value. Any thread.
+namespace JsonUtil {
+
+// Parses `text` into `root`; 0 on success, -1 on failure (also for nesting deeper than
+// 64 levels). On failure `root` holds whatever was parsed, possibly nothing.
+int StringToJsonValue(const std::string& text, Json::Value& root);
+
+// Compact text of `value` without the writer's trailing newline ("null", "[]", ...).
+// Always 0.
+int JsonValueToString(const Json::Value& value, std::string& text);
+
+// The string member `key` of object `root`; "" when missing, null or not a string.
+std::string JsonParseString(const Json::Value& root, const std::string& key);
+
+// The 32-bit int member `key`; -999999 when missing, null or not an int in range.
+int JsonParseInt(const Json::Value& root, const std::string& key);
+
+// The string elements of array member `key`, in order, skipping other elements; empty
+// when the member is missing, null or not an array.
+std::vector<std::string> JsonParseArrayStr(const Json::Value& root, const std::string& key);
+
+}  // namespace JsonUtil

@@ -1,0 +1,356 @@
+#define LOG_TAG "VIRCAMERA_AIDL_SERVICE"
+
+#include "wrapper/AidlService.h"
+
+#include <unistd.h>
+
+#include <json/value.h>
+#include <log/log.h>
+
+#include "client/AidlVirtualCameraClient.h"
+#include "common/HashIdCache.h"
+#include "common/JsonUtil.h"
+#include "common/VirCameraConstants.h"
+#include "wrapper/NdkUtil.h"
+
+namespace android {
+
+using aidl::vendor::zuvek::hardware::camera::vircamera::InfoData;
+using aidl::vendor::zuvek::hardware::camera::vircamera::StatusResult;
+using AIDLVIRTUAL_CAMERA_CLIENT::AidlVirtualCameraClient;
+
+namespace {
+
+constexpr int ERR_CALLBACK_EXPIRED = -200004;
+constexpr int ERR_NO_SERVICE = -200014;
+constexpr int ERR_NO_BINDER = -200018;
+constexpr int ERR_LINK_FAILED = -200019;
+constexpr int ERR_BAD_JSON = -1;
+
+constexpr int CMD_SERVICE_DIED = 15016;
+constexpr int CMD_HAL_REQUEST_FIRST = 20001;
+constexpr int CMD_HAL_REQUEST_LAST = 20003;
+constexpr int CMD_HAL_DATA = 9101;
+constexpr int CMD_LOCK_BUFFER = 9108;
+constexpr int CMD_UNLOCK_BUFFER = 9109;
+
+HashIdCache gHashIds;
+
+int ConvertToHashID(const std::string& text) {
+    return gHashIds.ConvertToHashID(text);
+}
+
+const char* InstanceSuffix(IVirCameraWrapper::VirCameraMode mode) {
+    return mode == IVirCameraWrapper::MODE_STREAM_CHANGE ? "/virtualcamera.streamchange" : "/virtualcamera.register";
+}
+
+}  // namespace
+
+// The death link's cookie. It names the connection weakly, so a death that arrives while
+// or after the connection is destroyed finds nothing; the link frees it when it goes.
+struct AidlService::DeathCookie {
+    std::weak_ptr<AidlService> service;
+
+    static void OnUnlinked(void* cookie) { delete static_cast<DeathCookie*>(cookie); }
+};
+
+AidlVirCameraCallbackReflector::AidlVirCameraCallbackReflector(
+    const std::weak_ptr<IVirCameraWrapperCallbackV2>& callback)
+    : mCallback(ndk::SharedRefBase::make<AidlVirCameraCallback>(callback)) {}
+
+AidlVirCameraCallbackReflector::~AidlVirCameraCallbackReflector() {
+    __android_log_print(ANDROID_LOG_DEBUG, "VIRCAMERA_AIDL_WRAPPERCB", "~AidlVirCameraCallbackReflector");
+}
+
+AidlService::AidlService() {
+    ALOGD("AidlService");
+}
+
+AidlService::~AidlService() {
+    ALOGD("~AidlService");
+    // Deleting the recipient removes its links; pending cookies are freed with them.
+    if (mDeathRecipient != nullptr) {
+        AIBinder_DeathRecipient_delete(mDeathRecipient);
+    }
+}
+
+std::shared_ptr<AidlService::IVirCameraChannel> AidlService::FindService() {
+    std::string name;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        mServiceName = InstanceSuffix(mMode);
+        name = mServiceName;
+    }
+    return NdkUtil::CheckOrGetService<IVirCameraChannel>(name);
+}
+
+int AidlService::RegisterCallback(const std::string& device, const std::string& service,
+                                  IVirCameraWrapper::VirCameraMode mode,
+                                  const std::weak_ptr<IVirCameraWrapperCallbackV2>& callback) {
+    if (callback.expired()) {
+        return ERR_CALLBACK_EXPIRED;
+    }
+    const char* name = InstanceSuffix(mode);
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        mServiceName = name;
+        mMode = mode;
+    }
+    std::shared_ptr<IVirCameraChannel> channel = NdkUtil::CheckAndStartService<IVirCameraChannel>(name);
+    if (channel == nullptr) {
+        return ERR_NO_SERVICE;
+    }
+    std::shared_ptr<AidlVirCameraCallback> channelCallback;
+    {
+        // A later registration keeps the first channel callback and its caller callback.
+        std::lock_guard<std::mutex> lock(mMutex);
+        if (mReflector == nullptr) {
+            mReflector = std::make_shared<AidlVirCameraCallbackReflector>(callback);
+        }
+        channelCallback = mReflector->GetCallback();
+    }
+    int linked = LinkToDeath();
+    ALOGI("%s: make new callback, linkToDeath ret %d", "RegisterCallback", linked);
+    if (linked != 0) {
+        return linked;
+    }
+    // The HAL knows every user of this connection under one default identity.
+    int32_t result = 0;
+    ndk::ScopedAStatus status =
+        channel->registerVirtualChannelCallback(DEFAULT_DEVICE, DEFAULT_SERVICE_PREFIX, channelCallback, &result);
+    (void)status;  // only the answer counts: a failed call leaves it at 0
+    if (result == 0) {
+        std::lock_guard<std::mutex> lock(mMutex);
+        mDeviceId = device;
+        mServiceId = service;
+        mRegistered = true;
+    }
+    return result;
+}
+
+int AidlService::UnRegisterCallback(const std::string& device, const std::string& service) {
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        if (!mRegistered) {
+            ALOGW("UnRegisterCallback not regist before");
+            return 0;
+        }
+    }
+    std::shared_ptr<IVirCameraChannel> channel = FindService();
+    if (channel == nullptr) {
+        return 0;
+    }
+    int32_t result = 0;
+    ndk::ScopedAStatus status = channel->unregisterVirtualChannelCallback(device, service, &result);
+    (void)status;
+    if (result == 0) {
+        std::lock_guard<std::mutex> lock(mMutex);
+        mRegistered = false;
+    }
+    return result;
+}
+
+std::shared_ptr<AidlVirCameraCallback> AidlService::GetAidlCallback() const {
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (mReflector == nullptr) {
+        ALOGE("%s: failed with mCallback is null", "GetAidlCallback");
+        return nullptr;
+    }
+    return mReflector->GetCallback();
+}
+
+AIBinder* AidlService::GetBinder() {
+    std::shared_ptr<IVirCameraChannel> channel = FindService();
+    std::lock_guard<std::mutex> lock(mMutex);
+    mChannel = channel;
+    if (mChannel == nullptr) {
+        ALOGE("%s: failed cannot get service %s", "GetBinder", mServiceName.c_str());
+        return nullptr;
+    }
+    // The proxy keeps its binder alive as long as mChannel holds it.
+    return mChannel->asBinder().get();
+}
+
+int AidlService::LinkToDeath() {
+    AIBinder* binder = GetBinder();
+    if (binder == nullptr) {
+        ALOGE("%s: failed callback binder is null", "LinkToDeath");
+        return ERR_NO_BINDER;
+    }
+    AIBinder_DeathRecipient* recipient = AIBinder_DeathRecipient_new(BinderDied);
+    AIBinder_DeathRecipient_setOnUnlinked(recipient, DeathCookie::OnUnlinked);
+    auto* cookie = new DeathCookie{weak_from_this()};
+    AIBinder_DeathRecipient* previous;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        previous = mDeathRecipient;
+        mDeathRecipient = recipient;
+        mDeathCookie = nullptr;
+    }
+    if (previous != nullptr) {
+        AIBinder_DeathRecipient_delete(previous);
+    }
+    // On failure the recipient's unlink callback has already freed the cookie.
+    if (AIBinder_linkToDeath(binder, recipient, cookie) != STATUS_OK) {
+        ALOGW("%s: failed with binder wrong status", "LinkToDeath");
+        return ERR_LINK_FAILED;
+    }
+    std::lock_guard<std::mutex> lock(mMutex);
+    mDeathCookie = cookie;
+    return 0;
+}
+
+int AidlService::UnLinkToDeath() {
+    AIBinder* binder = GetBinder();
+    if (binder == nullptr) {
+        ALOGE("%s: Unable to unlink to callback binder is null", "UnLinkToDeath");
+        return ERR_NO_BINDER;
+    }
+    AIBinder_DeathRecipient* recipient;
+    DeathCookie* cookie;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        recipient = mDeathRecipient;
+        cookie = mDeathCookie;
+        mDeathCookie = nullptr;
+    }
+    if (recipient != nullptr && cookie != nullptr) {
+        (void)AIBinder_unlinkToDeath(binder, recipient, cookie);
+    }
+    return 0;
+}
+
+void AidlService::BinderDied(void* cookie) {
+    if (cookie == nullptr) {
+        ALOGW("%s: skip because cookie is null", "BinderDied");
+        return;
+    }
+    std::shared_ptr<AidlService> service = static_cast<DeathCookie*>(cookie)->service.lock();
+    if (service == nullptr) {
+        ALOGW("%s: skip because the connection is gone", "BinderDied");
+        return;
+    }
+    service->OnBinderDied();
+}
+
+void AidlService::OnBinderDied() {
+    std::shared_ptr<AidlVirCameraCallback> channelCallback = GetAidlCallback();
+    if (channelCallback == nullptr) {
+        ALOGE("%s: camera callback is null;", "BinderDied");
+        return;
+    }
+    std::shared_ptr<IVirCameraWrapperCallbackV2> callback = channelCallback->GetWrapperCallback();
+    if (callback == nullptr) {
+        ALOGE("%s: wrapper callback is null;", "BinderDied");
+        return;
+    }
+    ALOGW("%s: callback aidl service died", "BinderDied");
+    std::string device;
+    std::string service;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        device = mDeviceId;
+        service = mServiceId;
+    }
+    const int uniqueID = ConvertToHashID(device) + ConvertToHashID(service);
+    (void)callback->OnCommand(CMD_SERVICE_DIED, std::to_string(uniqueID));
+    AidlVirtualCameraClient::Get().BinderDied(device, service);
+}
+
+OptResult AidlService::SendRequest(int cmd, const std::string& data) {
+    ALOGD("%s: SendRequest %d ", "SendRequest", cmd);
+    OptResult result;
+    std::shared_ptr<IVirCameraChannel> channel = FindService();
+    if (channel == nullptr) {
+        result.result = ERR_NO_SERVICE;
+        return result;
+    }
+    if (cmd < CMD_HAL_REQUEST_FIRST || cmd > CMD_HAL_REQUEST_LAST) {
+        ALOGD("this cmd:%d not exits", cmd);
+        return result;
+    }
+    StatusResult answer{};  // a failed call writes nothing: the code must read 0
+    ndk::ScopedAStatus status = channel->doCmdRequest(cmd, data, &answer);
+    if (!status.isOk() || answer.status != 0) {
+        ALOGE("%s: doCmdRequest failed: %d msg: %s", "SendRequest", status.getExceptionCode(), status.getMessage());
+        result.result = answer.status;
+    }
+    return result;
+}
+
+OptResult AidlService::SendData(int cmd, const std::string& data, const std::vector<CommonData>& items) {
+    ALOGD("%s: with cmd=%d, data size=%lu", "SendData", cmd, static_cast<unsigned long>(items.size()));
+    OptResult result;
+    std::shared_ptr<IVirCameraChannel> channel = FindService();
+    if (channel == nullptr) {
+        result.result = ERR_NO_SERVICE;
+        return result;
+    }
+    switch (cmd) {
+        case CMD_LOCK_BUFFER:
+            result.value = static_cast<int64_t>(LockVideoBuffer(data, items));
+            break;
+        case CMD_UNLOCK_BUFFER:
+            result.result = UnLockVideoBuffer(data);
+            break;
+        case CMD_HAL_DATA: {
+            StatusResult answer{};
+            std::vector<InfoData> infos;  // not used: their descriptors close with the vector
+            ndk::ScopedAStatus status = channel->processCmdRequest(data, &infos, &answer);
+            if (!status.isOk() || answer.status != 0) {
+                ALOGE("%s: processCmdRequest failed: %d msg: %s", "SendData", status.getExceptionCode(),
+                      status.getMessage());
+                result.result = answer.status;
+            }
+            break;
+        }
+        default:
+            ALOGD("%s: this cmd:%d not exits", "SendData", cmd);
+            break;
+    }
+    return result;
+}
+
+uint64_t AidlService::LockVideoBuffer(const std::string& json, const std::vector<CommonData>& items) {
+    Json::Value root;
+    if (JsonUtil::StringToJsonValue(json, root) != 0) {
+        ALOGE("%s inRoot decode failed", "LockVideoBuffer");
+        return 0;
+    }
+    if (items.empty()) {
+        ALOGE("%s: no item carries the handle data output", "LockVideoBuffer");
+        return 0;
+    }
+    std::shared_ptr<AidlVirCameraCallback> callback = GetAidlCallback();
+    if (callback == nullptr) {
+        return 0;
+    }
+    auto** handleData = reinterpret_cast<void**>(static_cast<uintptr_t>(items[0].pointer));
+    void* address = callback->LockVideoBuffer(JsonUtil::JsonParseInt(root, KEY_SESSION_ID),
+                                              JsonUtil::JsonParseInt(root, KEY_STREAM_ID),
+                                              JsonUtil::JsonParseInt(root, KEY_BUFFER_ID), handleData);
+    return reinterpret_cast<uintptr_t>(address);
+}
+
+int AidlService::UnLockVideoBuffer(const std::string& json) {
+    Json::Value root;
+    if (JsonUtil::StringToJsonValue(json, root) != 0) {
+        ALOGE("%s inRoot decode failed", "UnLockVideoBuffer");
+        return ERR_BAD_JSON;
+    }
+    std::shared_ptr<AidlVirCameraCallback> callback = GetAidlCallback();
+    if (callback == nullptr) {
+        return ERR_BAD_JSON;
+    }
+    int fence = JsonUtil::JsonParseInt(root, KEY_INDEX);
+    int result = callback->UnLockVideoBuffer(JsonUtil::JsonParseInt(root, KEY_SESSION_ID),
+                                             JsonUtil::JsonParseInt(root, KEY_STREAM_ID),
+                                             JsonUtil::JsonParseInt(root, KEY_BUFFER_ID), fence);
+    // Nothing hands the release fence to the caller over this path: do not leak it.
+    if (result == 0 && fence >= 0) {
+        close(fence);
+    }
+    return result;
+}
+
+}  // namespace android

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <list>
+#include <map>
+#include <memory>
+#include <mutex>
+
+#include "IVirCameraWrapper.h"
+#include "wrapper/HidlService.h"
+
+namespace android {
+
+// The HIDL wrapper handed to the caller: one HAL connection per registration, keyed by
+// the registration's uniqueID, and the manager commands of SendRequest. Connections are
+// called through a copied shared_ptr with the lock released, so the HAL can be answered
+// from inside a callback and an unregistration cannot destroy a connection in use.
+class VirCameraWrapper : public IVirCameraWrapper {
+public:
+    VirCameraWrapper();
+    ~VirCameraWrapper() override;
+
+    int RegisterCallback(const std::string& device, const std::string& service, VirCameraMode mode,
+                         const std::weak_ptr<IVirCameraWrapperCallback>& callback) override;
+    int UnRegisterCallback(const std::string& device, const std::string& service) override;
+    int NotifyOpenControlSessionResult(int uniqueID, int result) override;
+    int NotifyConfigStreamResult(int uniqueID, int result) override;
+    int NotifyOpenDataSessionResult(int uniqueID, int result) override;
+    int Notify(int uniqueID, const std::string& message) override;
+    int OnVirImageBufferDone(int uniqueID, const VirCameraImageResult& result) override;
+    void* LockVideoBuffer(int uniqueID, int streamId, unsigned long bufferId, void** handleData) override;
+    int UnLockVideoBuffer(int uniqueID, int streamId, unsigned long bufferId, int& releaseFence) override;
+    OptResult SendRequest(int cmd, const int& uniqueID, const std::string& data) override;
+
+private:
+    std::shared_ptr<HidlService> FindService(int uniqueID);
+
+    std::map<int, std::shared_ptr<HidlService>> mServiceMap;  // uniqueID -> connection
+    std::mutex mMutex;                                        // guards mServiceMap
+    const std::list<int> mManagerCmds;
+};
+
+}  // namespace android
