@@ -1,0 +1,11 @@
+#pragma once
+
+#include "DemoReport.h"
+#include "HidlDemoRun.h"
+
+namespace vircamdemo {
+
+// Streams over the AIDL wrapper against the simulated AIDL HAL.
+RunResult RunAidl(const DemoOptions& options, LibraryLoader& library, DemoReport& report);
+
+}  // namespace vircamdemo

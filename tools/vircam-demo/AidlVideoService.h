@@ -1,0 +1,49 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <map>
+#include <mutex>
+
+#include "DemoReport.h"
+#include "IVirCameraWrapper.h"
+
+namespace vircamdemo {
+
+// The demo's video service on the AIDL wrapper: answers the HAL's commands and fills each
+// requested buffer with the test pattern, locking and unlocking it through SendData and
+// reporting it with SendRequest, on the HAL's thread.
+class AidlVideoService : public android::IVirCameraWrapperCallbackV2 {
+public:
+    // The caller request that reports a filled buffer to the HAL.
+    static constexpr int CMD_IMAGE_DONE = 20003;
+
+    AidlVideoService(android::IVirCameraWrapperV2& wrapper, int uniqueID, DemoReport& report)
+        : mWrapper(wrapper), mUniqueId(uniqueID), mReport(report) {}
+
+    android::CallbackResult OnCommand(int32_t cmd, const std::string& data) override;
+    android::CallbackResult OnCommandWithData(int32_t cmd, const std::string& data,
+                                              std::vector<android::CommonData>& items) override;
+
+    bool WaitForServiceDied(std::chrono::milliseconds timeout);
+    uint32_t FramesFilled() const { return mFilled.load(); }
+
+private:
+    struct Size {
+        uint32_t width = 0;
+        uint32_t height = 0;
+    };
+    bool FillBuffer(const std::string& itemJson);
+
+    android::IVirCameraWrapperV2& mWrapper;
+    const int mUniqueId;
+    DemoReport& mReport;
+    std::atomic<uint32_t> mNextSession{1};
+    std::atomic<uint32_t> mFilled{0};
+    std::mutex mMutex;
+    std::condition_variable mDied;
+    bool mServiceDied = false;
+    std::map<int32_t, Size> mStreams;  // guarded by mMutex
+};
+
+}  // namespace vircamdemo

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <string>
+#include <thread>
+
+#include "DemoOptions.h"
+#include "IVirCameraWrapper.h"
+
+namespace vircamdemo {
+
+constexpr const char* DEMO_DEVICE = "camera01";
+constexpr const char* DEMO_SERVICE = "vircam-demo";
+
+inline void PrintStep(const char* step, long answer) {
+    fprintf(stdout, "  %-44s -> %ld\n", step, answer);
+}
+
+// A progress line on stderr while `filled()` climbs to `total`, when stderr is a terminal.
+// Gives up once nothing moved for two seconds (dropped frames never arrive).
+template <class Filled>
+void ShowProgress(Filled filled, uint32_t total) {
+    if (!isatty(STDERR_FILENO)) {
+        return;
+    }
+    uint32_t done = filled();
+    auto lastMove = std::chrono::steady_clock::now();
+    while (done < total && std::chrono::steady_clock::now() - lastMove < std::chrono::seconds(2)) {
+        fprintf(stderr, "\r  frames %u/%u", done, total);
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        if (uint32_t now = filled(); now != done) {
+            done = now;
+            lastMove = std::chrono::steady_clock::now();
+        }
+    }
+    fprintf(stderr, "\r  frames %u/%u\n", done, total);
+}
+
+// The virtual camera commands of SendRequest, for --register: checks the service,
+// registers a camera and switches it on (before streaming) or off and unregisters (after).
+template <class Wrapper>
+void RegisterVirtualCamera(Wrapper& wrapper, int uniqueID, const DemoOptions& options) {
+    auto send = [&](const char* step, int cmd, const std::string& json) {
+        android::OptResult result = wrapper.SendRequest(cmd, uniqueID, json);
+        fprintf(stdout, "  %-44s -> %s\n", step, result.data.c_str());
+    };
+    const auto& caps = options.capabilities;
+    const std::string ids = std::string(R"("deviceId":")") + DEMO_DEVICE + R"(","serviceId":")" + DEMO_SERVICE + "\"";
+    send("service check (VIRTUAL)", 1115016, R"({"type":"VIRTUAL"})");
+    send("register virtual camera", 1115017,
+         R"({"type":"VIRTUAL",)" + ids + R"(,"vectorObj":[")" + caps[0] + R"(",")" + caps[1] + R"(",")" + caps[2] +
+             R"(",")" + caps[3] + R"("]})");
+    send("switch stream on", 1115017, R"({"type":"SWITCH",)" + ids + R"(,"vectorObj":["0"],"cameraCount":1})");
+    send("virtual camera ids", 1115019, "{}");
+}
+
+template <class Wrapper>
+void UnregisterVirtualCamera(Wrapper& wrapper, int uniqueID) {
+    auto send = [&](const char* step, int cmd, const std::string& json) {
+        android::OptResult result = wrapper.SendRequest(cmd, uniqueID, json);
+        fprintf(stdout, "  %-44s -> %s\n", step, result.data.c_str());
+    };
+    const std::string ids = std::string(R"("deviceId":")") + DEMO_DEVICE + R"(","serviceId":")" + DEMO_SERVICE + "\"";
+    send("switch stream off", 1115018, R"({"type":"SWITCH",)" + ids + "}");
+    send("unregister virtual camera", 1115018, R"({"type":"VIRTUAL",)" + ids + "}");
+}
+
+}  // namespace vircamdemo

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <vector>
+
+#include "DemoOptions.h"
+#include "DemoReport.h"
+#include "LibraryLoader.h"
+
+namespace vircamdemo {
+
+// What the simulated HAL received: frame number -> the bytes it read back.
+using ReceivedFrames = std::map<uint32_t, std::vector<uint8_t>>;
+
+struct RunResult {
+    bool ok = false;
+    uint32_t requested = 0;
+    ReceivedFrames frames;
+};
+
+// Streams over the HIDL wrapper against the simulated HIDL HAL.
+RunResult RunHidl(const DemoOptions& options, LibraryLoader& library, DemoReport& report);
+
+}  // namespace vircamdemo
