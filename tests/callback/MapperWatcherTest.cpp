@@ -1,0 +1,89 @@
+// The mapper death watchers of both channel callbacks.
+#include <android/hardware/graphics/mapper/4.0/IMapper.h>
+
+#include "BufferRing.h"
+#include "HidlChannel.h"
+#include "SpyMapperV2.h"
+#include "callback/AidlMapperDeathWatcher.h"
+#include "callback/MapperDeathWatcher.h"
+
+using android::sp;
+using hostkit::logs::Count;
+
+class CallbackMapperWatcherTest : public HidlChannelTest {};
+
+TEST_F(CallbackMapperWatcherTest, NoMapperService) {
+    sp<android::MapperDeathWatcher> hidl = new android::MapperDeathWatcher(nullptr);
+    EXPECT_EQ(-1, hidl->RegServiceLinkDeath());
+    EXPECT_EQ(nullptr, hidl->GetMapperService());
+    HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_DEBUG, HIDL_TAG, "Mapper RegServiceLinkDeath");
+    HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_ERROR, HIDL_TAG, "Can't find Mapper service");
+    HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_WARN, HIDL_TAG, "Can't find Mapper service");
+
+    hostkit::logs::Clear();
+    sp<android::AidlMapperDeathWatcher> aidl = new android::AidlMapperDeathWatcher({});
+    EXPECT_EQ(-200009, aidl->RegServiceLinkDeath());
+    EXPECT_EQ(nullptr, aidl->GetMapperService());
+    HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_ERROR, HIDL_TAG, "Can't find Mapper service");
+    EXPECT_EQ(1u, hostkit::logs::Lines().size());
+}
+
+TEST_F(CallbackMapperWatcherTest, UnregisterTwiceUnlinksOnce) {
+    sp<SpyMapperV2> spy = SpyMapperV2::Install();
+    ASSERT_NE(nullptr, spy);
+    sp<android::MapperDeathWatcher> watcher = new android::MapperDeathWatcher(nullptr);
+    ASSERT_EQ(0, watcher->RegServiceLinkDeath());
+    EXPECT_EQ(1, spy->mLinks.load());
+    EXPECT_NE(nullptr, watcher->GetMapperService());
+    watcher->UnregServiceLinkDeath();
+    watcher->UnregServiceLinkDeath();
+    EXPECT_EQ(1, spy->mUnlinks.load());
+    EXPECT_EQ(nullptr, watcher->GetMapperService());
+    HOSTKIT_EXPECT_LOG_COUNT(2, ANDROID_LOG_DEBUG, HIDL_TAG, "Mapper UnregServiceLinkDeath");
+}
+
+TEST_F(CallbackMapperWatcherTest, LinkFollowsRegistration) {
+    using android::hardware::graphics::mapper::V4_0::IMapper;
+    ASSERT_TRUE(hostkit::mapper::Offer({4}));
+    sp<android::MapperDeathWatcher> watcher = new android::MapperDeathWatcher(nullptr);
+    ASSERT_EQ(0, watcher->RegServiceLinkDeath());
+    EXPECT_EQ(1u, hostkit::hidl::LinkCount(IMapper::descriptor, "default"));
+    watcher->UnregServiceLinkDeath();
+    EXPECT_EQ(0u, hostkit::hidl::LinkCount(IMapper::descriptor, "default"));
+}
+
+// After the mapper died the callback forgets its watcher; the next buffer operation
+// builds a new one on whatever mapper is offered then.
+TEST_F(CallbackMapperWatcherTest, DeathDropsTheWatcherAndTheNextUsePicksANewMapper) {
+    ASSERT_TRUE(hostkit::mapper::Offer({4}));
+    BufferRing ring(1);
+    ASSERT_TRUE(Cache(0, 0, ring[0]));
+    HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_DEBUG, HIDL_TAG, "RegServiceLinkDeath mapper OK");
+
+    ASSERT_TRUE(hostkit::mapper::Kill(4));
+    hostkit::hidl::WaitForDeathNotifications();
+    HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_DEBUG, HIDL_TAG, "Mapper serviceDied type=0");
+    HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_DEBUG, HIDL_TAG, "~~MapperDeathWatcher");
+
+    ASSERT_TRUE(hostkit::mapper::Offer({3}));
+    void* address = mChannel->LockVideoBuffer(0, 0, 0, nullptr);
+    ASSERT_NE(nullptr, address);
+    HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_INFO, HIDL_TAG, "init mapper use V3");
+    HOSTKIT_EXPECT_LOG_COUNT(2, ANDROID_LOG_DEBUG, HIDL_TAG, "RegServiceLinkDeath mapper OK");
+    int32_t fence = 0;
+    EXPECT_EQ(0, mChannel->UnLockVideoBuffer(0, 0, 0, fence));
+    EXPECT_EQ(-1, fence);
+    mChannel.clear();
+    EXPECT_EQ(0u, hostkit::mapper::LiveImports());
+}
+
+// No mapper at all: the watcher is not kept and every operation asks again.
+TEST_F(CallbackMapperWatcherTest, NoMapperRefusesImportsAndRetriesLater) {
+    BufferRing ring(1);
+    ASSERT_TRUE(Cache(0, 0, ring[0]));
+    HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_WARN, HIDL_TAG, "Can't RegServiceLinkDeath mapper");
+    HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_WARN, HIDL_TAG, "Can't get mapper service streamId=0,bufferId=0");
+    ASSERT_TRUE(hostkit::mapper::Offer({2}));
+    ASSERT_TRUE(Cache(0, 0, ring[0]));
+    EXPECT_EQ(1u, hostkit::mapper::LiveImports());
+}

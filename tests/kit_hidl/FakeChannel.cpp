@@ -1,0 +1,70 @@
+#include "FakeChannel.h"
+
+using ::android::hardware::hidl_string;
+using ::android::hardware::hidl_vec;
+using ::android::hardware::Return;
+using ::android::hardware::Void;
+using ::android::hardware::camera::common::V1_0::Status;
+
+Return<int32_t> FakeChannel::registerVirtualChannelCallback(const hidl_string&, const hidl_string&,
+                                                            const ::android::sp<V1_0Callback>&) {
+    ++mCalls;
+    return 0;
+}
+Return<int32_t> FakeChannel::unregisterVirtualChannelCallback(const hidl_string&, const hidl_string&) {
+    ++mCalls;
+    return 0;
+}
+Return<uint32_t> FakeChannel::registerSwitchCallback(const ::android::sp<V1_0Switch>&) {
+    ++mCalls;
+    return 0;
+}
+Return<uint32_t> FakeChannel::unregisterSwitchCallback(const ::android::sp<V1_0Switch>&) {
+    ++mCalls;
+    return 0;
+}
+Return<void> FakeChannel::notifyOpenControlSessionResult(int32_t, bool) {
+    ++mCalls;
+    return Void();
+}
+Return<void> FakeChannel::notifyConfigStreamResult(int32_t, int32_t) {
+    ++mCalls;
+    return Void();
+}
+Return<void> FakeChannel::notifyOpenDataSessionResult(int32_t, int32_t) {
+    ++mCalls;
+    return Void();
+}
+Return<void> FakeChannel::onVirImageBufferDone(int32_t, const VirImageResult&) {
+    ++mCalls;
+    return Void();
+}
+Return<void> FakeChannel::notify(int32_t key, const hidl_string&) {
+    ++mCalls;
+    mLastKey = key;
+    return Void();
+}
+Return<uint32_t> FakeChannel::registerVirCamera(const hidl_string&, const hidl_string&, const hidl_vec<CameraFormat>&,
+                                                const hidl_vec<MetaItem>& extendInfo) {
+    ++mCalls;
+    return static_cast<uint32_t>(extendInfo.size());
+}
+Return<uint32_t> FakeChannel::unRegisterVirCamera(const hidl_string&, const hidl_string&) {
+    ++mCalls;
+    return 0;
+}
+Return<void> FakeChannel::switchOnVirCamera(const hidl_string&, const hidl_string&, switchOnVirCamera_cb _hidl_cb) {
+    ++mCalls;
+    _hidl_cb(Status::OK, 7);
+    return Void();
+}
+Return<void> FakeChannel::switchOffVirCamera(const hidl_string&, const hidl_string&, switchOffVirCamera_cb _hidl_cb) {
+    ++mCalls;
+    _hidl_cb(Status::OK, 8);
+    return Void();
+}
+Return<void> FakeChannel::getVirtualCameraIdList(getVirtualCameraIdList_cb _hidl_cb) {
+    ++mCalls;
+    _hidl_cb(Status::OK, hidl_vec<hidl_string>{"0", "1"});
+    return Void();
+}
