@@ -10,7 +10,8 @@ build=build/release
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake --build "$build" -j "$(nproc)" --target vircam_bench
 json="$build/bench.json"
-"$build/bench/vircam_bench" --benchmark_repetitions=7 --benchmark_report_aggregates_only=true \
+"$build/bench/vircam_bench" --benchmark_repetitions=7 --benchmark_enable_random_interleaving=true \
+  --benchmark_report_aggregates_only=true \
   --benchmark_out="$json" --benchmark_out_format=json "$@" >/dev/null
 python3 - "$json" <<'PY'
 import json, sys

@@ -85,6 +85,11 @@ void SimAidlChannel::SetCallerRequestStatus(int32_t status) {
     mCallerRequestStatus = status;
 }
 
+void SimAidlChannel::SetRecordCallerRequests(bool record) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mRecordCallerRequests = record;
+}
+
 void SimAidlChannel::SetSwitchOn(const SimSwitchBehaviour& behaviour) {
     std::lock_guard<std::mutex> lock(mMutex);
     mSwitchOn = behaviour;
@@ -177,7 +182,14 @@ ndk::ScopedAStatus SimAidlChannel::doCmdRequest(int32_t cmd, const std::string& 
         }
         default:
             if (cmd >= CMD_CALLER_FIRST && cmd <= CMD_IMAGE_DONE) {
-                RecordCallerRequest(cmd, data);
+                bool record;
+                {
+                    std::lock_guard<std::mutex> lock(mMutex);
+                    record = mRecordCallerRequests;
+                }
+                if (record) {
+                    RecordCallerRequest(cmd, data);
+                }
                 std::lock_guard<std::mutex> lock(mMutex);
                 ret->status = mCallerRequestStatus;
             } else {

@@ -60,6 +60,9 @@ public:
     void SetRegisterCallbackStatus(int32_t status);
     // Status of 20001-20003 answers (default 0).
     void SetCallerRequestStatus(int32_t status);
+    // Whether 20001-20003 requests are parsed and kept for CallerRequests() (default true).
+    // Off, they are only answered: a peer for benchmarks that measures the caller, not the HAL.
+    void SetRecordCallerRequests(bool record);
     // 10001 / 10002 behaviour (default: accepted, report after 20 ms).
     void SetSwitchOn(const SimSwitchBehaviour& behaviour);
     void SetSwitchOff(const SimSwitchBehaviour& behaviour);
@@ -126,6 +129,7 @@ private:
     std::vector<std::string> mSwitchOffRequests;
     std::vector<int32_t> mReportAnswers;
     std::vector<SimCallerRequest> mCallerRequests;
+    bool mRecordCallerRequests = true;
     std::thread mReporter;  // the last delayed report
 };
 
