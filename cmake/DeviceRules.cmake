@@ -15,7 +15,11 @@ if(VIRCAM_DEVICE_RULES)
     -Wthread-safety
     -fstack-protector-strong
     -fvisibility-inlines-hidden)
-  if(NOT VIRCAM_FUZZ)
+  if(VIRCAM_FUZZ)
+    # UBSan's vptr check reads the RTTI of the object's class, and the library's classes
+    # have none: it is off for the whole process, not just the library.
+    add_compile_options(-fno-sanitize=vptr)
+  else()
     # glibc's FORTIFY needs an optimised build; the fuzz build is unoptimised and ASan
     # checks every access that FORTIFY would.
     list(APPEND VIRCAM_DEVICE_COMPILE_FLAGS -D_FORTIFY_SOURCE=2)
@@ -43,9 +47,5 @@ function(vircam_device_rules objects library)
     return()
   endif()
   target_compile_options(${objects} PRIVATE ${VIRCAM_DEVICE_COMPILE_FLAGS})
-  if(VIRCAM_FUZZ)
-    # UBSan's vptr check needs RTTI, which the library has none of.
-    target_compile_options(${objects} PRIVATE -fno-sanitize=vptr)
-  endif()
   target_link_options(${library} PRIVATE ${VIRCAM_DEVICE_LINK_FLAGS})
 endfunction()
