@@ -103,7 +103,7 @@ bool AidlVirtualCameraClient::Init() {
     android::Vector<android::String16> instances =
         android::defaultServiceManager()->getDeclaredInstances(android::String16(CAMERA_PROVIDER));
     for (const android::String16& instance : instances) {
-        const std::string name = android::String8(instance).string();
+        const std::string name = android::String8(instance).c_str();
         ALOGI("%s: AidlVirtualCameraClient : %s   ,%s", __func__, (std::string(CAMERA_PROVIDER) + "/" + name).c_str(),
               name.c_str());
     }

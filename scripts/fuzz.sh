@@ -2,7 +2,9 @@
 # Builds the libFuzzer targets (clang-14, ASan + UBSan) in build/fuzz and runs each one
 # for the given number of seconds (default 60) on a scratch copy of its seed corpus, so
 # the repository is never written. Fails if any target finds a crash, leak or hang;
-# the reproducers are kept in build/fuzz/crashes/<target>/.
+# the reproducers are kept in build/fuzz/crashes/<target>/. The library is compiled under
+# the device's rules (no exceptions, no RTTI): nothing in it can catch, so a jsoncpp
+# exception that leaves jsoncpp ends the run, as the device's jsoncpp aborts the process.
 set -euo pipefail
 
 seconds=${1:-60}
@@ -10,7 +12,8 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 build=$root/build/fuzz
 
 "$root/scripts/bootstrap.sh"
-CC=clang-14 CXX=clang++-14 cmake -S "$root" -B "$build" -G Ninja -DVIRCAM_FUZZ=ON >/dev/null
+CC=clang-14 CXX=clang++-14 cmake -S "$root" -B "$build" -G Ninja -DVIRCAM_FUZZ=ON \
+      -DVIRCAM_DEVICE_RULES=ON >/dev/null
 cmake --build "$build" -j2 --target fuzz_all
 
 scratch=$(mktemp -d)

@@ -1,7 +1,10 @@
 #!/usr/bin/env bash
-# Usage: scripts/test.sh [default|asan|tsan|ubsan|aarch64]
+# Usage: scripts/test.sh [default|asan|tsan|ubsan|device|aarch64]
 # Installs what is missing, builds build/<mode> and runs every test with ctest.
-# aarch64 cross-builds for the device architecture and runs the suite under qemu-user.
+# device builds with clang-14 and compiles the library under the device's rules (no
+# exceptions, no RTTI, -Werror, thread-safety analysis), checks each library source against
+# libc++ too, then runs the suite. aarch64 cross-builds for the device architecture and runs
+# the suite under qemu-user.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -21,7 +24,17 @@ case "$mode" in
     # No test sets its own limit; under emulation a hang still ends after ten minutes.
     ctest --output-on-failure -j "$(nproc)" --timeout 600
     exit ;;
-  *) echo "usage: scripts/test.sh [default|asan|tsan|ubsan|aarch64]" >&2; exit 2 ;;
+  device)
+    scripts/bootstrap.sh
+    build=build/device
+    CC=clang-14 CXX=clang++-14 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+          -DVIRCAM_DEVICE_RULES=ON >/dev/null
+    cmake --build "$build" -j "$(nproc)"
+    python3 scripts/libcxx_syntax.py "$build"
+    cd "$build"
+    ctest --output-on-failure -j "$(nproc)"
+    exit ;;
+  *) echo "usage: scripts/test.sh [default|asan|tsan|ubsan|device|aarch64]" >&2; exit 2 ;;
 esac
 
 scripts/bootstrap.sh

@@ -23,10 +23,21 @@ std::shared_ptr<VirMapperBase> CreateMapper() {
     return VirMapperMgr::GetInstance().Create();
 }
 
+// The library is built without RTTI, as on the device, so no dynamic_cast: an adapter's
+// version is told by its vtable, compared with that of a throwaway adapter of each version.
+template <class Adapter>
+bool IsA(const VirMapperBase& mapper) {
+    const Adapter sample(nullptr);
+    const VirMapperBase& sampleBase = sample;
+    return *reinterpret_cast<const void* const*>(&mapper) ==
+           *reinterpret_cast<const void* const*>(&sampleBase);
+}
+
 int VersionOf(const std::shared_ptr<VirMapperBase>& mapper) {
-    if (dynamic_cast<android::VirMapperV4*>(mapper.get()) != nullptr) return 4;
-    if (dynamic_cast<android::VirMapperV3*>(mapper.get()) != nullptr) return 3;
-    if (dynamic_cast<android::VirMapperV2*>(mapper.get()) != nullptr) return 2;
+    if (mapper == nullptr) return 0;
+    if (IsA<android::VirMapperV4>(*mapper)) return 4;
+    if (IsA<android::VirMapperV3>(*mapper)) return 3;
+    if (IsA<android::VirMapperV2>(*mapper)) return 2;
     return 0;
 }
 

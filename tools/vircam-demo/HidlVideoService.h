@@ -13,7 +13,7 @@ namespace vircamdemo {
 // The demo's video service on the HIDL wrapper: accepts the HAL's sessions and fills every
 // requested buffer with the test pattern (lock, draw, unlock, report done), on the HAL's
 // thread, as a simple service would.
-class HidlVideoService : public android::IVirCameraWrapperCallback {
+class HidlVideoService final : public android::IVirCameraWrapperCallback {
 public:
     HidlVideoService(android::IVirCameraWrapper& wrapper, int uniqueID, DemoReport& report)
         : mWrapper(wrapper), mUniqueId(uniqueID), mReport(report) {}
