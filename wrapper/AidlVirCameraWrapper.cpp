@@ -88,7 +88,10 @@ int AidlVirCameraWrapper::RegisterCallback(const std::string& device, const std:
             ALOGE("aidl service is null : %d", -1);
             return -1;
         }
-        int result = entry->second->RegisterCallback(device, service, mode, callback);
+        // A HAL request nested in this call may drop the map's entry (the maps lock is
+        // recursive): the copy keeps the connection alive until its call returns.
+        const std::shared_ptr<AidlService> connection = entry->second;
+        int result = connection->RegisterCallback(device, service, mode, callback);
         if (result != 0) {
             ALOGE("RegisterCallback failed with ret=%d", result);
         }
