@@ -5,17 +5,17 @@
 namespace android {
 
 std::shared_ptr<VirMapperBase> MapperWatcherBase::GetMapperService() const {
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     return mMapper;
 }
 
 void MapperWatcherBase::SetMapperService(std::shared_ptr<VirMapperBase> mapper) {
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     mMapper = std::move(mapper);
 }
 
 std::shared_ptr<VirMapperBase> MapperWatcherBase::TakeMapperService() {
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     return std::move(mMapper);
 }
 

@@ -1,10 +1,11 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 
+#include <android-base/thread_annotations.h>
 #include <android/hidl/base/1.0/IBase.h>
 #include <hidl/HidlSupport.h>
+#include <utils/Mutex.h>
 
 #include "callback/VirMapperBase.h"
 
@@ -19,24 +20,24 @@ public:
     // 0 on success.
     virtual int RegServiceLinkDeath() = 0;
     // The adapter for buffer work; empty means there is no mapper.
-    std::shared_ptr<VirMapperBase> GetMapperService() const;
+    std::shared_ptr<VirMapperBase> GetMapperService() const EXCLUDES(mMutex);
     // Unlinks from the mapper's death and drops the adapter; a second call does nothing.
-    void UnregServiceLinkDeath();
-    void serviceDied(uint64_t cookie, const wp<hidl::base::V1_0::IBase>& who) override;
+    void UnregServiceLinkDeath() EXCLUDES(mMutex);
+    void serviceDied(uint64_t cookie, const wp<hidl::base::V1_0::IBase>& who) override EXCLUDES(mMutex);
 
 protected:
     explicit MapperWatcherBase(const char* logTag) : mLogTag(logTag) {}
-    void SetMapperService(std::shared_ptr<VirMapperBase> mapper);
+    void SetMapperService(std::shared_ptr<VirMapperBase> mapper) EXCLUDES(mMutex);
     // Tells the owning callback to forget this watcher after the mapper died.
     virtual void DetachFromOwner() = 0;
 
     const char* const mLogTag;
 
 private:
-    std::shared_ptr<VirMapperBase> TakeMapperService();
+    std::shared_ptr<VirMapperBase> TakeMapperService() EXCLUDES(mMutex);
 
-    mutable std::mutex mMutex;
-    std::shared_ptr<VirMapperBase> mMapper;
+    mutable Mutex mMutex;  // guards the adapter
+    std::shared_ptr<VirMapperBase> mMapper GUARDED_BY(mMutex);
 };
 
 }  // namespace android

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
+
+#include <android-base/thread_annotations.h>
+#include <utils/Mutex.h>
 
 #include "callback/MapperWatcherBase.h"
 
@@ -21,11 +23,11 @@ public:
     // The current adapter; `make` builds a watcher when there is none. A watcher whose
     // registration fails is unlinked and dropped, and the lookup yields no mapper.
     template <class Make>
-    Lookup Get(Make&& make) {
+    Lookup Get(Make&& make) EXCLUDES(mMutex) {
         Lookup lookup;
         sp<Watcher> watcher;
         {
-            std::lock_guard<std::mutex> lock(mMutex);
+            Mutex::Autolock lock(mMutex);
             if (mWatcher == nullptr) {
                 sp<Watcher> created = make();
                 lookup.created = true;
@@ -43,10 +45,10 @@ public:
     }
 
     // Unlinks and drops the current watcher, if any.
-    void Clear() {
+    void Clear() EXCLUDES(mMutex) {
         sp<Watcher> watcher;
         {
-            std::lock_guard<std::mutex> lock(mMutex);
+            Mutex::Autolock lock(mMutex);
             watcher = std::move(mWatcher);
         }
         if (watcher != nullptr) {
@@ -54,14 +56,14 @@ public:
         }
     }
 
-    bool Empty() const {
-        std::lock_guard<std::mutex> lock(mMutex);
+    bool Empty() const EXCLUDES(mMutex) {
+        Mutex::Autolock lock(mMutex);
         return mWatcher == nullptr;
     }
 
 private:
-    mutable std::mutex mMutex;
-    sp<Watcher> mWatcher;
+    mutable Mutex mMutex;  // guards the current watcher
+    sp<Watcher> mWatcher GUARDED_BY(mMutex);
 };
 
 }  // namespace android

@@ -15,7 +15,7 @@ constexpr useconds_t RELEASE_RETRY_SLEEP_US = 5000;
 
 CacheResult StreamBufferCache::Import(StreamBufferID key, const native_handle_t* raw,
                                       const std::function<void()>& beforeImport) {
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     if (raw == nullptr) {
         // Requests for buffers the library already holds come without a handle.
         return {mStreamBuffers.empty() ? CacheStatus::EMPTY : CacheStatus::OK};
@@ -48,7 +48,7 @@ CacheResult StreamBufferCache::Lock(StreamBufferID key, void** handleData, void*
     }
     const native_handle* handle = nullptr;
     {
-        std::lock_guard<std::mutex> lock(mMutex);
+        Mutex::Autolock lock(mMutex);
         auto entry = mStreamBuffers.find(key);
         if (entry == mStreamBuffers.end()) {
             return {CacheStatus::NO_ENTRY};
@@ -70,7 +70,7 @@ CacheResult StreamBufferCache::Unlock(StreamBufferID key, int& releaseFence) {
     if (mapper == nullptr) {
         return {CacheStatus::NO_MAPPER};
     }
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     auto entry = mStreamBuffers.find(key);
     if (entry == mStreamBuffers.end()) {
         return {CacheStatus::NO_ENTRY};
@@ -85,7 +85,7 @@ CacheResult StreamBufferCache::Unlock(StreamBufferID key, int& releaseFence) {
 }
 
 CacheResult StreamBufferCache::Remove(StreamBufferID key) {
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     auto entry = mStreamBuffers.find(key);
     if (entry == mStreamBuffers.end()) {
         return {CacheStatus::NO_ENTRY};
@@ -101,7 +101,7 @@ CacheResult StreamBufferCache::Remove(StreamBufferID key) {
 }
 
 bool StreamBufferCache::ReleaseOnce() {
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     bool released = true;
     auto entry = mStreamBuffers.begin();
     while (entry != mStreamBuffers.end()) {
@@ -131,7 +131,7 @@ void StreamBufferCache::ReleaseAll() {
 }
 
 size_t StreamBufferCache::Size() const {
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     return mStreamBuffers.size();
 }
 

@@ -4,9 +4,10 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 
+#include <android-base/thread_annotations.h>
 #include <hidl/HidlSupport.h>
+#include <utils/Mutex.h>
 
 #include "callback/StreamBuffer.h"
 #include "callback/VirMapperBase.h"
@@ -48,27 +49,27 @@ public:
     // same key. A null `raw` succeeds when the cache holds any entry at all, whatever
     // its key, and answers EMPTY otherwise. `beforeImport` runs once a mapper was found.
     CacheResult Import(StreamBufferID key, const native_handle_t* raw,
-                       const std::function<void()>& beforeImport);
+                       const std::function<void()>& beforeImport) EXCLUDES(mMutex);
     // Marks the buffer locked and maps it; `handleData`, when not null, receives the
     // handle's data array. On OK `address` is the CPU mapping.
-    CacheResult Lock(StreamBufferID key, void** handleData, void*& address);
+    CacheResult Lock(StreamBufferID key, void** handleData, void*& address) EXCLUDES(mMutex);
     // Clears the lock mark and unlocks; `releaseFence` gets the mapper's fence or -1.
-    CacheResult Unlock(StreamBufferID key, int& releaseFence);
+    CacheResult Unlock(StreamBufferID key, int& releaseFence) EXCLUDES(mMutex);
     // Frees and forgets one buffer, locked or not.
-    CacheResult Remove(StreamBufferID key);
+    CacheResult Remove(StreamBufferID key) EXCLUDES(mMutex);
     // One release pass; false when it met a locked buffer (see the class comment).
-    bool ReleaseOnce();
+    bool ReleaseOnce() EXCLUDES(mMutex);
     // Releases everything, retrying for about 200 ms; refuses new locks meanwhile.
-    void ReleaseAll();
+    void ReleaseAll() EXCLUDES(mMutex);
 
     bool InRelease() const { return mInRelease.load(); }
-    size_t Size() const;
+    size_t Size() const EXCLUDES(mMutex);
 
 private:
     StreamBufferOwner& mOwner;
     std::atomic<bool> mInRelease{false};
-    mutable std::mutex mMutex;
-    std::map<StreamBufferID, std::shared_ptr<StreamBuffer>> mStreamBuffers;
+    mutable Mutex mMutex;  // guards the map and every StreamBuffer in it
+    std::map<StreamBufferID, std::shared_ptr<StreamBuffer>> mStreamBuffers GUARDED_BY(mMutex);
 };
 
 }  // namespace android

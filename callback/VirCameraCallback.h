@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 
 #include <vendor/zuvek/hardware/camera/vircamera/1.0/IVirCameraChannelCallback.h>
 

@@ -90,12 +90,12 @@ AidlVirtualCameraClient::~AidlVirtualCameraClient() {
 }
 
 std::shared_ptr<AidlVirtualCameraClient::IVirCameraChannel> AidlVirtualCameraClient::Connect() const {
-    std::lock_guard<std::mutex> lock(mConnectMutex);
+    android::Mutex::Autolock lock(mConnectMutex);
     return mConnect;
 }
 
 bool AidlVirtualCameraClient::Init() {
-    std::lock_guard<std::mutex> initLock(mInitMutex);
+    android::Mutex::Autolock initLock(mInitMutex);
     if (Connect() != nullptr) {
         ALOGI("%s: already init service", __func__);
         return true;
@@ -114,7 +114,7 @@ bool AidlVirtualCameraClient::Init() {
     } else {
         ALOGW("%s: unable to find mConnect", __func__);
     }
-    std::lock_guard<std::mutex> lock(mConnectMutex);
+    android::Mutex::Autolock lock(mConnectMutex);
     mConnect = connect;
     // Over AIDL the service check always passes; registration reports a missing channel.
     return true;
@@ -122,7 +122,7 @@ bool AidlVirtualCameraClient::Init() {
 
 int32_t AidlVirtualCameraClient::RegisterVirCamera(std::string device, std::string service,
                                                    const std::vector<std::string>& camInfo) {
-    std::lock_guard<std::mutex> operationLock(mOperationMutex);
+    android::Mutex::Autolock operationLock(mOperationMutex);
     std::shared_ptr<IVirCameraChannel> connect = Connect();
     if (connect == nullptr) {
         ALOGE("%s: Can not find service!", __func__);
@@ -144,7 +144,7 @@ int32_t AidlVirtualCameraClient::RegisterVirCamera(std::string device, std::stri
 }
 
 int32_t AidlVirtualCameraClient::UnRegisterVirCamera(std::string device, std::string service) {
-    std::lock_guard<std::mutex> operationLock(mOperationMutex);
+    android::Mutex::Autolock operationLock(mOperationMutex);
     std::shared_ptr<IVirCameraChannel> connect = Connect();
     if (connect == nullptr) {
         ALOGE("%s: Can not find service!", __func__);
@@ -172,7 +172,7 @@ int32_t AidlVirtualCameraClient::SwitchOffCamStream(std::string device, std::str
 int32_t AidlVirtualCameraClient::Switch(bool on, const std::string& device, const std::string& service,
                                         int cameraCount, const std::vector<std::string>& physicalIds) {
     const SwitchTexts& texts = on ? SWITCH_ON : SWITCH_OFF;
-    std::lock_guard<std::mutex> operationLock(mOperationMutex);
+    android::Mutex::Autolock operationLock(mOperationMutex);
     // Switch-on may start the stream-change service; switch-off only uses a running one.
     std::shared_ptr<IVirCameraChannel> channel =
         on ? NdkUtil::CheckAndStartService<IVirCameraChannel>(STREAM_CHANGE_INSTANCE)
@@ -219,10 +219,9 @@ int32_t AidlVirtualCameraClient::Switch(bool on, const std::string& device, cons
     if (!on) {
         ALOGI("%s: Switch off aidl virtual camera start success, seqnum: %d", texts.function, mSequenNum.load());
     }
-    std::mutex& switchMutex = on ? mSwitchOnMutex : mSwitchOffMutex;
-    std::condition_variable& switchCond = on ? mSwitchOnCond : mSwitchOffCond;
-    std::unique_lock<std::mutex> switchLock(switchMutex);
-    int32_t waited = WaitForHALReturn(switchCond, switchLock, static_cast<uint32_t>(mSequenNum.load()));
+    const auto direction = on ? android::HalReturnWaiter::Direction::SWITCH_ON
+                              : android::HalReturnWaiter::Direction::SWITCH_OFF;
+    int32_t waited = WaitForHALReturn(direction, static_cast<uint32_t>(mSequenNum.load()));
     if (waited != 0) {
         ALOGE(texts.waitFailed, texts.function);
         return waited;
@@ -235,12 +234,7 @@ int32_t AidlVirtualCameraClient::Switch(bool on, const std::string& device, cons
     return texts.failedCode;
 }
 
-int32_t AidlVirtualCameraClient::WaitForHALReturn(std::condition_variable& cond, std::unique_lock<std::mutex>& lock,
-                                                  uint32_t seqNum) {
-    // The caller's switch lock stays held; reports meet the waiter on its own lock.
-    (void)lock;
-    const auto direction = &cond == &mSwitchOnCond ? android::HalReturnWaiter::Direction::SWITCH_ON
-                                                   : android::HalReturnWaiter::Direction::SWITCH_OFF;
+int32_t AidlVirtualCameraClient::WaitForHALReturn(android::HalReturnWaiter::Direction direction, uint32_t seqNum) {
     return mWaiter.Wait(direction, seqNum) == android::HalReturnWaiter::Outcome::TIMEOUT ? ERR_WAIT_TIMEOUT : 0;
 }
 
@@ -305,7 +299,7 @@ std::string AidlVirtualCameraClient::GetVirtualCameraIdList() {
 void AidlVirtualCameraClient::ClearSwitchService() {
     ALOGD("%s: clear start", __func__);
     std::shared_ptr<android::AidlService> dropped;  // destroyed after the lock is released
-    std::lock_guard<std::recursive_mutex> lock(mMapsMutex);
+    android::RecursiveMutex::Autolock lock(mMapsMutex);
     if (auto users = mUserMap.find(STREAM_CHANGE_MODE); users != mUserMap.end()) {
         ALOGI("use map has invalid cache size=%lu", static_cast<unsigned long>(users->second.size()));
         mUserMap.erase(users);
@@ -321,7 +315,7 @@ void AidlVirtualCameraClient::BinderDied(const std::string& device, const std::s
     const DevStrInfo user{device, service};
     std::vector<std::shared_ptr<android::AidlService>> dropped;  // destroyed after the lock
     {
-        std::lock_guard<std::recursive_mutex> lock(mMapsMutex);
+        android::RecursiveMutex::Autolock lock(mMapsMutex);
         std::vector<int> modes;
         for (const auto& [mode, users] : mUserMap) {
             if (std::find(users.begin(), users.end(), user) != users.end()) {
@@ -338,7 +332,7 @@ void AidlVirtualCameraClient::BinderDied(const std::string& device, const std::s
         }
     }
     ALOGI("%s: success", __func__);
-    std::lock_guard<std::mutex> lock(mConnectMutex);
+    android::Mutex::Autolock lock(mConnectMutex);
     if (mConnect != nullptr) {
         ALOGD("%s: set mConnect null", __func__);
         mConnect.reset();

@@ -1,17 +1,18 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include <aidl/vendor/zuvek/hardware/camera/vircamera/IVirCameraChannel.h>
+#include <android-base/thread_annotations.h>
+#include <utils/Mutex.h>
 
 #include "client/HalReturnWaiter.h"
 #include "common/DevStrInfo.h"
+#include "common/RecursiveMutex.h"
 
 namespace android {
 class AidlService;
@@ -33,55 +34,57 @@ public:
 
     // Connects to the register channel; true even when it is missing (a later
     // registration then answers -200014).
-    bool Init();
+    bool Init() EXCLUDES(mInitMutex, mConnectMutex);
     // The HAL's status, or -200014 no channel, -200015 binder call failed.
-    int32_t RegisterVirCamera(std::string device, std::string service, const std::vector<std::string>& camInfo);
-    int32_t UnRegisterVirCamera(std::string device, std::string service);
+    int32_t RegisterVirCamera(std::string device, std::string service, const std::vector<std::string>& camInfo)
+        EXCLUDES(mOperationMutex, mConnectMutex);
+    int32_t UnRegisterVirCamera(std::string device, std::string service) EXCLUDES(mOperationMutex, mConnectMutex);
     // 0 once the HAL reported success; -200010 no report in 3 s, -200011 bad answer,
     // -200013 refused, -200014 no service, -200015 binder failure, -200016 reported
     // failure, or the HAL's non-zero status.
     int32_t SwitchOnCamStream(std::string device, std::string service, int cameraCount,
-                              const std::vector<std::string>& physicalIds);
+                              const std::vector<std::string>& physicalIds) EXCLUDES(mOperationMutex);
     // As switch-on (-200017 reported failure); 0 when the service is missing.
-    int32_t SwitchOffCamStream(std::string device, std::string service);
-    int32_t WaitForHALReturn(std::condition_variable& cond, std::unique_lock<std::mutex>& lock, uint32_t seqNum);
+    int32_t SwitchOffCamStream(std::string device, std::string service) EXCLUDES(mOperationMutex);
+    // 0 once the HAL reported the switch of `direction` (or had already reported `seqNum`);
+    // -200010 after three seconds without a report.
+    int32_t WaitForHALReturn(android::HalReturnWaiter::Direction direction, uint32_t seqNum);
     // Switch reports from the channel callback; 0, or -200011 when `json` does not parse.
     int32_t NotifySwitchOnVirtualCameraResult(const std::string& json);
     int32_t NotifySwitchOffVirtualCameraResult(const std::string& json);
     // The HAL's answer text, or "-1".
-    std::string GetVirtualCameraIdList();
-    // Forgets the stream-change mode (0) in both maps.
+    std::string GetVirtualCameraIdList() EXCLUDES(mConnectMutex);
+    // Forgets the stream-change mode (0) in both maps. Takes the maps lock, also when this
+    // thread already holds it (a HAL request nested in a facade's registration).
     void ClearSwitchService();
     // Forgets every mode the (device, service) user was on, and the register channel.
-    void BinderDied(const std::string& device, const std::string& service);
+    void BinderDied(const std::string& device, const std::string& service) EXCLUDES(mConnectMutex);
 
     // The shared maps; hold MapsMutex() while using them.
-    UserMap& GetUserMap() { return mUserMap; }
-    ServiceMap& GetServiceMap() { return mServiceMap; }
-    std::recursive_mutex& MapsMutex() { return mMapsMutex; }
+    UserMap& GetUserMap() REQUIRES(mMapsMutex) { return mUserMap; }
+    ServiceMap& GetServiceMap() REQUIRES(mMapsMutex) { return mServiceMap; }
+    android::RecursiveMutex& MapsMutex() RETURN_CAPABILITY(mMapsMutex) { return mMapsMutex; }
 
 private:
     AidlVirtualCameraClient();
     ~AidlVirtualCameraClient();
-    std::shared_ptr<IVirCameraChannel> Connect() const;
+    std::shared_ptr<IVirCameraChannel> Connect() const EXCLUDES(mConnectMutex);
     int32_t Switch(bool on, const std::string& device, const std::string& service, int cameraCount,
-                   const std::vector<std::string>& physicalIds);
+                   const std::vector<std::string>& physicalIds) EXCLUDES(mOperationMutex);
 
+    // Written by the HAL's reports on binder threads, read after the wait.
     std::atomic<bool> mSwitchOnResult{true};
     std::atomic<bool> mSwitchOffResult{true};
     std::atomic<int32_t> mSequenNum{0};
-    std::mutex mInitMutex;
-    mutable std::mutex mConnectMutex;  // mConnect is dropped on the binder death thread
-    std::shared_ptr<IVirCameraChannel> mConnect;
-    std::mutex mOperationMutex;
+    android::Mutex mInitMutex;  // serialises Init, which waits for the register channel
+    mutable android::Mutex mConnectMutex;  // guards mConnect: the binder death thread drops it
+    std::shared_ptr<IVirCameraChannel> mConnect GUARDED_BY(mConnectMutex);
+    android::Mutex mOperationMutex;  // held for a whole register, unregister or switch
     android::HalReturnWaiter mWaiter;
-    std::mutex mSwitchOnMutex;
-    std::condition_variable mSwitchOnCond;
-    std::mutex mSwitchOffMutex;
-    std::condition_variable mSwitchOffCond;
-    std::recursive_mutex mMapsMutex;  // taken by the wrappers too
-    UserMap mUserMap;
-    ServiceMap mServiceMap;
+    // Guards both maps; the AIDL facades take it too. Recursive: see RecursiveMutex.
+    android::RecursiveMutex mMapsMutex;
+    UserMap mUserMap GUARDED_BY(mMapsMutex);
+    ServiceMap mServiceMap GUARDED_BY(mMapsMutex);
 };
 
 }  // namespace AIDLVIRTUAL_CAMERA_CLIENT

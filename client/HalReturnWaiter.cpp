@@ -12,13 +12,13 @@ constexpr std::chrono::nanoseconds TIMEOUT_AFTER{2999999999};
 }  // namespace
 
 void HalReturnWaiter::Reset() {
-    std::lock_guard<std::mutex> lock(mAsyncTaskInfoLock);
+    Mutex::Autolock lock(mAsyncTaskInfoLock);
     mReturnedSeqNum = 0;
     mReturned = false;
 }
 
 HalReturnWaiter::Outcome HalReturnWaiter::Wait(Direction direction, uint32_t seqNum) {
-    std::unique_lock<std::mutex> lock(mAsyncTaskInfoLock);
+    Mutex::Autolock lock(mAsyncTaskInfoLock);
     if (mReturned && mReturnedSeqNum == seqNum) {
         __android_log_print(ANDROID_LOG_INFO, mLogTag, "%s: the async task has return, no need wait",
                             "WaitForHALReturn");
@@ -30,7 +30,12 @@ HalReturnWaiter::Outcome HalReturnWaiter::Wait(Direction direction, uint32_t seq
     const uint64_t reportsBefore = mReports[index];
     const auto start = std::chrono::steady_clock::now();
     mWaiting = true;
-    mReported.wait_until(lock, start + WAIT_LIMIT, [&] { return mReports[index] != reportsBefore; });
+    while (mReports[index] == reportsBefore) {
+        // Releases mAsyncTaskInfoLock while asleep and holds it again on return.
+        if (mReported.wait_until(mAsyncTaskInfoLock, start + WAIT_LIMIT) == std::cv_status::timeout) {
+            break;
+        }
+    }
     mWaiting = false;
     if (mReports[index] == reportsBefore && std::chrono::steady_clock::now() - start > TIMEOUT_AFTER) {
         __android_log_print(ANDROID_LOG_ERROR, mLogTag, "%s: wait for HAL return timeout!", "WaitForHALReturn");
@@ -41,7 +46,7 @@ HalReturnWaiter::Outcome HalReturnWaiter::Wait(Direction direction, uint32_t seq
 
 void HalReturnWaiter::Report(Direction direction, uint32_t seqNum, const char* caller) {
     {
-        std::lock_guard<std::mutex> lock(mAsyncTaskInfoLock);
+        Mutex::Autolock lock(mAsyncTaskInfoLock);
         if (mWaiting) {
             __android_log_print(ANDROID_LOG_INFO, mLogTag, "%s: main thread waiting on aync return, notify it",
                                 caller);

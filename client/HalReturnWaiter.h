@@ -3,7 +3,9 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <mutex>
+
+#include <android-base/thread_annotations.h>
+#include <utils/Mutex.h>
 
 namespace android {
 
@@ -20,24 +22,24 @@ public:
     explicit HalReturnWaiter(const char* logTag) : mLogTag(logTag) {}
 
     // Forgets any earlier report; call before each switch request to the HAL.
-    void Reset();
+    void Reset() EXCLUDES(mAsyncTaskInfoLock);
     // Returns at once if the report for `seqNum` already came, else waits up to three
     // seconds for the next report of `direction` (whatever its sequence number).
-    Outcome Wait(Direction direction, uint32_t seqNum);
+    Outcome Wait(Direction direction, uint32_t seqNum) EXCLUDES(mAsyncTaskInfoLock);
     // A report of `direction`: recorded when nobody waits, and the waiter is woken.
     // `caller` names the reporting function in the log lines.
-    void Report(Direction direction, uint32_t seqNum, const char* caller);
+    void Report(Direction direction, uint32_t seqNum, const char* caller) EXCLUDES(mAsyncTaskInfoLock);
 
 private:
     static constexpr size_t DIRECTIONS = 2;
 
     const char* const mLogTag;
-    std::mutex mAsyncTaskInfoLock;  // "async task info": guards everything below
-    std::condition_variable mReported;
-    uint32_t mReturnedSeqNum = 0;
-    bool mReturned = false;
-    bool mWaiting = false;
-    uint64_t mReports[DIRECTIONS] = {0, 0};
+    Mutex mAsyncTaskInfoLock;  // "async task info": guards the record and the report counts
+    std::condition_variable_any mReported;  // waits on mAsyncTaskInfoLock itself
+    uint32_t mReturnedSeqNum GUARDED_BY(mAsyncTaskInfoLock) = 0;
+    bool mReturned GUARDED_BY(mAsyncTaskInfoLock) = false;
+    bool mWaiting GUARDED_BY(mAsyncTaskInfoLock) = false;
+    uint64_t mReports[DIRECTIONS] GUARDED_BY(mAsyncTaskInfoLock) = {0, 0};
 };
 
 }  // namespace android

@@ -85,12 +85,12 @@ void VirtualCameraClient::ListenerDeathRecipient::serviceDied(uint64_t /*cookie*
 }
 
 sp<VirtualCameraClient::IVirCameraChannel> VirtualCameraClient::Channel() const {
-    std::lock_guard<std::mutex> lock(mChannelMutex);
+    android::Mutex::Autolock lock(mChannelMutex);
     return mChannel;
 }
 
 bool VirtualCameraClient::Init() {
-    std::lock_guard<std::mutex> initLock(mInitMutex);
+    android::Mutex::Autolock initLock(mInitMutex);
     sp<IVirCameraChannel> channel = Channel();
     if (mDeathRecipient != nullptr && channel != nullptr) {
         if (!mDeathRecipient->Died()) {
@@ -114,7 +114,7 @@ bool VirtualCameraClient::Init() {
     }
     channel = IVirCameraChannel::getService(REGISTER_INSTANCE, false);
     {
-        std::lock_guard<std::mutex> lock(mChannelMutex);
+        android::Mutex::Autolock lock(mChannelMutex);
         mChannel = channel;
     }
     if (channel == nullptr) {
@@ -128,7 +128,7 @@ bool VirtualCameraClient::Init() {
 
 int32_t VirtualCameraClient::RegisterVirCamera(std::string device, std::string service,
                                                const std::vector<std::string>& camInfo) {
-    std::lock_guard<std::mutex> operationLock(mOperationMutex);
+    android::Mutex::Autolock operationLock(mOperationMutex);
     sp<IVirCameraChannel> channel = Channel();
     if (channel == nullptr) {
         ALOGE("%s: Can not find IVirCameraChannel service!", __func__);
@@ -154,7 +154,7 @@ int32_t VirtualCameraClient::RegisterVirCamera(std::string device, std::string s
 }
 
 int32_t VirtualCameraClient::UnRegisterVirCamera(std::string device, std::string service) {
-    std::lock_guard<std::mutex> operationLock(mOperationMutex);
+    android::Mutex::Autolock operationLock(mOperationMutex);
     sp<IVirCameraChannel> channel = Channel();
     if (channel == nullptr) {
         ALOGE("%s: Can not find IVirCameraChannel service!", __func__);
@@ -176,7 +176,7 @@ int32_t VirtualCameraClient::UnRegisterVirCamera(std::string device, std::string
 
 int32_t VirtualCameraClient::SwitchOnCamStream(std::string device, std::string service,
                                                const std::vector<std::string>& physicalIds) {
-    std::lock_guard<std::mutex> operationLock(mOperationMutex);
+    android::Mutex::Autolock operationLock(mOperationMutex);
     sp<IVirCameraChannel> channel = IVirCameraChannel::tryGetService(STREAM_CHANGE_INSTANCE, false);
     if (channel == nullptr) {
         ALOGE("%s: Can not find IVirCameraChannel service!", __func__);
@@ -209,8 +209,7 @@ int32_t VirtualCameraClient::SwitchOnCamStream(std::string device, std::string s
         ALOGE("%s: Switch on virtual camera device failed!", __func__);
         return SwitchStatusToCode(status);
     }
-    std::unique_lock<std::mutex> switchLock(mSwitchOnMutex);
-    if (WaitForHALReturn(mSwitchOnCond, switchLock, mSequenNum.load()) != 0) {
+    if (WaitForHALReturn(android::HalReturnWaiter::Direction::SWITCH_ON, mSequenNum.load()) != 0) {
         ALOGE("%s: wait for switch on virtual camera return failed!", __func__);
         return -1;
     }
@@ -223,7 +222,7 @@ int32_t VirtualCameraClient::SwitchOnCamStream(std::string device, std::string s
 }
 
 int32_t VirtualCameraClient::SwitchOffCamStream(std::string device, std::string service) {
-    std::lock_guard<std::mutex> operationLock(mOperationMutex);
+    android::Mutex::Autolock operationLock(mOperationMutex);
     sp<IVirCameraChannel> channel = IVirCameraChannel::tryGetService(STREAM_CHANGE_INSTANCE, false);
     if (channel == nullptr) {
         // Without the service there is no stream to switch off.
@@ -245,8 +244,7 @@ int32_t VirtualCameraClient::SwitchOffCamStream(std::string device, std::string 
         return SwitchStatusToCode(status);
     }
     ALOGI("%s: Switch off virtual camera success, seqnum: %u", __func__, mSequenNum.load());
-    std::unique_lock<std::mutex> switchLock(mSwitchOffMutex);
-    if (WaitForHALReturn(mSwitchOffCond, switchLock, mSequenNum.load()) != 0) {
+    if (WaitForHALReturn(android::HalReturnWaiter::Direction::SWITCH_OFF, mSequenNum.load()) != 0) {
         ALOGE("%s: wait for switch off virtual camera return failed!", __func__);
         return -1;
     }
@@ -258,12 +256,7 @@ int32_t VirtualCameraClient::SwitchOffCamStream(std::string device, std::string 
     return -1;
 }
 
-int32_t VirtualCameraClient::WaitForHALReturn(std::condition_variable& cond, std::unique_lock<std::mutex>& lock,
-                                              uint32_t seqNum) {
-    // The caller's switch lock stays held; reports meet the waiter on its own lock.
-    (void)lock;
-    const auto direction = &cond == &mSwitchOnCond ? android::HalReturnWaiter::Direction::SWITCH_ON
-                                                   : android::HalReturnWaiter::Direction::SWITCH_OFF;
+int32_t VirtualCameraClient::WaitForHALReturn(android::HalReturnWaiter::Direction direction, uint32_t seqNum) {
     return mWaiter.Wait(direction, seqNum) == android::HalReturnWaiter::Outcome::TIMEOUT ? -1 : 0;
 }
 

@@ -1,13 +1,13 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include <android-base/thread_annotations.h>
+#include <utils/Mutex.h>
 #include <utils/RefBase.h>
 #include <vendor/zuvek/hardware/camera/vircamera/1.0/IVirCameraChannel.h>
 
@@ -41,21 +41,25 @@ public:
     static VirtualCameraClient* Get();
 
     // Waits for the camera provider "virtual/0" and connects to the register channel.
-    bool Init();
+    bool Init() EXCLUDES(mInitMutex, mChannelMutex);
     // 0; -1 no channel (Init first) or HAL result >= 4; -2 bad capabilities or HAL 1;
     // -3 / -4 for HAL results 2 / 3. camInfo: formats, resolutions, fps, location.
-    int32_t RegisterVirCamera(std::string device, std::string service, const std::vector<std::string>& camInfo);
+    int32_t RegisterVirCamera(std::string device, std::string service, const std::vector<std::string>& camInfo)
+        EXCLUDES(mOperationMutex, mChannelMutex);
     // 0; -1 no channel or HAL result other than 1; -2 HAL result 1.
-    int32_t UnRegisterVirCamera(std::string device, std::string service);
+    int32_t UnRegisterVirCamera(std::string device, std::string service) EXCLUDES(mOperationMutex, mChannelMutex);
     // 0 once the HAL reported success; negative codes otherwise (see the source).
-    int32_t SwitchOnCamStream(std::string device, std::string service, const std::vector<std::string>& physicalIds);
+    int32_t SwitchOnCamStream(std::string device, std::string service, const std::vector<std::string>& physicalIds)
+        EXCLUDES(mOperationMutex);
     // 0 also when the stream-change service is missing.
-    int32_t SwitchOffCamStream(std::string device, std::string service);
-    int32_t WaitForHALReturn(std::condition_variable& cond, std::unique_lock<std::mutex>& lock, uint32_t seqNum);
+    int32_t SwitchOffCamStream(std::string device, std::string service) EXCLUDES(mOperationMutex);
+    // 0 once the HAL reported the switch of `direction` (or had already reported `seqNum`);
+    // -1 after three seconds without a report.
+    int32_t WaitForHALReturn(android::HalReturnWaiter::Direction direction, uint32_t seqNum);
     // Reports from the HAL, on binder threads.
     void NotifySwitchOnVirtualCameraResult(uint32_t seqNum, VirCamOptRet ret);
     void NotifySwitchOffVirtualCameraResult(uint32_t seqNum, VirCamOptRet ret);
-    std::vector<std::string> GetVirtualCameraIdList();
+    std::vector<std::string> GetVirtualCameraIdList() EXCLUDES(mChannelMutex);
 
     // Capability strings to the HAL's records.
     android::hardware::hidl_vec<CameraFormat> GetCameraFmt(const std::vector<std::string>& camInfo);
@@ -79,23 +83,20 @@ private:
     };
 
     VirtualCameraClient();
-    android::sp<IVirCameraChannel> Channel() const;
+    android::sp<IVirCameraChannel> Channel() const EXCLUDES(mChannelMutex);
     bool ParseResolutions(const std::string& text, std::vector<std::pair<uint32_t, uint32_t>>& sizes);
 
-    std::mutex mInitMutex;
-    std::mutex mOperationMutex;
-    std::mutex mSwitchOnMutex;
-    std::condition_variable mSwitchOnCond;
-    std::mutex mSwitchOffMutex;
-    std::condition_variable mSwitchOffCond;
+    android::Mutex mInitMutex;       // serialises Init; guards the death recipient
+    android::Mutex mOperationMutex;  // held for a whole register, unregister or switch
     android::HalReturnWaiter mWaiter;
+    // Written by the HAL's reports on binder threads, read after the wait.
     std::atomic<bool> mSwitchOnResult{true};
     std::atomic<bool> mSwitchOffResult{true};
     std::atomic<uint32_t> mSequenNum{0};
-    mutable std::mutex mChannelMutex;  // the channel is replaced by Init while operations read it
-    android::sp<IVirCameraChannel> mChannel;
-    android::sp<ListenerDeathRecipient> mDeathRecipient;
-    android::sp<VirCameraSwitchCallback> mSwitchCallback;
+    mutable android::Mutex mChannelMutex;  // guards the channel: Init replaces it while operations read it
+    android::sp<IVirCameraChannel> mChannel GUARDED_BY(mChannelMutex);
+    android::sp<ListenerDeathRecipient> mDeathRecipient GUARDED_BY(mInitMutex);
+    android::sp<VirCameraSwitchCallback> mSwitchCallback GUARDED_BY(mOperationMutex);
 };
 
 }  // namespace VIRTUAL_CAMERA_CLIENT

@@ -10,7 +10,7 @@ constexpr int MODULUS = 10000;
 }  // namespace
 
 int HashIdCache::ConvertToHashID(const std::string& text) {
-    std::lock_guard<std::mutex> guard(mLock);
+    Mutex::Autolock guard(mLock);
     // Clearing all at once bounds the memory without any eviction bookkeeping.
     if (mCache.size() >= MAX_ENTRIES) mCache.clear();
     auto found = mCache.find(text);
@@ -34,7 +34,7 @@ int HashIdCache::Compute(const std::string& text) {
 }
 
 size_t HashIdCache::Size() const {
-    std::lock_guard<std::mutex> guard(mLock);
+    Mutex::Autolock guard(mLock);
     return mCache.size();
 }
 

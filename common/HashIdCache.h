@@ -1,8 +1,10 @@
 #pragma once
 
 #include <map>
-#include <mutex>
 #include <string>
+
+#include <android-base/thread_annotations.h>
+#include <utils/Mutex.h>
 
 namespace android {
 
@@ -12,19 +14,19 @@ namespace android {
 class HashIdCache {
   public:
     // 10001 for "", else A * 10000 + B (0..99999999); equal texts give equal values.
-    int ConvertToHashID(const std::string& text);
+    int ConvertToHashID(const std::string& text) EXCLUDES(mLock);
 
     // The value without touching any cache.
     static int Compute(const std::string& text);
 
     // Cached entries; the cache is emptied on the call that finds MAX_ENTRIES or more.
-    size_t Size() const;
+    size_t Size() const EXCLUDES(mLock);
 
     static constexpr size_t MAX_ENTRIES = 1001;
 
   private:
-    mutable std::mutex mLock;
-    std::map<std::string, int> mCache;  // guarded by mLock
+    mutable Mutex mLock;  // guards the cache
+    std::map<std::string, int> mCache GUARDED_BY(mLock);
 };
 
 }  // namespace android

@@ -15,7 +15,7 @@ esac
 
 packages=(
   cmake ninja-build g++ pkg-config python3
-  libjsoncpp-dev android-liblog-dev android-libutils-dev android-libcutils-dev
+  libjsoncpp-dev android-liblog-dev android-libutils-dev android-libcutils-dev android-libbase-dev
   aidl hidl-gen blueprint-tools
   libgtest-dev libgmock-dev libbenchmark-dev libpng-dev
   clang-14 libclang-rt-14-dev gcovr

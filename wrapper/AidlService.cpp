@@ -77,7 +77,7 @@ AidlService::~AidlService() {
 std::shared_ptr<AidlService::IVirCameraChannel> AidlService::FindService() {
     std::string name;
     {
-        std::lock_guard<std::mutex> lock(mMutex);
+        Mutex::Autolock lock(mMutex);
         mServiceName = InstanceSuffix(mMode);
         name = mServiceName;
     }
@@ -92,7 +92,7 @@ int AidlService::RegisterCallback(const std::string& device, const std::string& 
     }
     const char* name = InstanceSuffix(mode);
     {
-        std::lock_guard<std::mutex> lock(mMutex);
+        Mutex::Autolock lock(mMutex);
         mServiceName = name;
         mMode = mode;
     }
@@ -103,7 +103,7 @@ int AidlService::RegisterCallback(const std::string& device, const std::string& 
     std::shared_ptr<AidlVirCameraCallback> channelCallback;
     {
         // A later registration keeps the first channel callback and its caller callback.
-        std::lock_guard<std::mutex> lock(mMutex);
+        Mutex::Autolock lock(mMutex);
         if (mReflector == nullptr) {
             mReflector = std::make_shared<AidlVirCameraCallbackReflector>(callback);
         }
@@ -120,7 +120,7 @@ int AidlService::RegisterCallback(const std::string& device, const std::string& 
         channel->registerVirtualChannelCallback(DEFAULT_DEVICE, DEFAULT_SERVICE_PREFIX, channelCallback, &result);
     (void)status;  // only the answer counts: a failed call leaves it at 0
     if (result == 0) {
-        std::lock_guard<std::mutex> lock(mMutex);
+        Mutex::Autolock lock(mMutex);
         mDeviceId = device;
         mServiceId = service;
         mRegistered = true;
@@ -130,7 +130,7 @@ int AidlService::RegisterCallback(const std::string& device, const std::string& 
 
 int AidlService::UnRegisterCallback(const std::string& device, const std::string& service) {
     {
-        std::lock_guard<std::mutex> lock(mMutex);
+        Mutex::Autolock lock(mMutex);
         if (!mRegistered) {
             ALOGW("UnRegisterCallback not regist before");
             return 0;
@@ -144,14 +144,14 @@ int AidlService::UnRegisterCallback(const std::string& device, const std::string
     ndk::ScopedAStatus status = channel->unregisterVirtualChannelCallback(device, service, &result);
     (void)status;
     if (result == 0) {
-        std::lock_guard<std::mutex> lock(mMutex);
+        Mutex::Autolock lock(mMutex);
         mRegistered = false;
     }
     return result;
 }
 
 std::shared_ptr<AidlVirCameraCallback> AidlService::GetAidlCallback() const {
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     if (mReflector == nullptr) {
         ALOGE("%s: failed with mCallback is null", "GetAidlCallback");
         return nullptr;
@@ -161,7 +161,7 @@ std::shared_ptr<AidlVirCameraCallback> AidlService::GetAidlCallback() const {
 
 AIBinder* AidlService::GetBinder() {
     std::shared_ptr<IVirCameraChannel> channel = FindService();
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     mChannel = channel;
     if (mChannel == nullptr) {
         ALOGE("%s: failed cannot get service %s", "GetBinder", mServiceName.c_str());
@@ -182,7 +182,7 @@ int AidlService::LinkToDeath() {
     auto* cookie = new DeathCookie{weak_from_this()};
     AIBinder_DeathRecipient* previous;
     {
-        std::lock_guard<std::mutex> lock(mMutex);
+        Mutex::Autolock lock(mMutex);
         previous = mDeathRecipient;
         mDeathRecipient = recipient;
         mDeathCookie = nullptr;
@@ -195,7 +195,7 @@ int AidlService::LinkToDeath() {
         ALOGW("%s: failed with binder wrong status", "LinkToDeath");
         return ERR_LINK_FAILED;
     }
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     mDeathCookie = cookie;
     return 0;
 }
@@ -209,7 +209,7 @@ int AidlService::UnLinkToDeath() {
     AIBinder_DeathRecipient* recipient;
     DeathCookie* cookie;
     {
-        std::lock_guard<std::mutex> lock(mMutex);
+        Mutex::Autolock lock(mMutex);
         recipient = mDeathRecipient;
         cookie = mDeathCookie;
         mDeathCookie = nullptr;
@@ -248,7 +248,7 @@ void AidlService::OnBinderDied() {
     std::string device;
     std::string service;
     {
-        std::lock_guard<std::mutex> lock(mMutex);
+        Mutex::Autolock lock(mMutex);
         device = mDeviceId;
         service = mServiceId;
     }

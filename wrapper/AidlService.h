@@ -1,12 +1,13 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include <aidl/vendor/zuvek/hardware/camera/vircamera/IVirCameraChannel.h>
+#include <android-base/thread_annotations.h>
 #include <android/binder_ibinder.h>
+#include <utils/Mutex.h>
 
 #include "IVirCameraWrapper.h"
 #include "callback/AidlVirCameraCallback.h"
@@ -36,41 +37,43 @@ public:
     // 0, -200004 expired callback, -200014 no service, -200018/-200019 no death link,
     // or the HAL's answer.
     int RegisterCallback(const std::string& device, const std::string& service, IVirCameraWrapper::VirCameraMode mode,
-                         const std::weak_ptr<IVirCameraWrapperCallbackV2>& callback);
-    int UnRegisterCallback(const std::string& device, const std::string& service);
+                         const std::weak_ptr<IVirCameraWrapperCallbackV2>& callback) EXCLUDES(mMutex);
+    int UnRegisterCallback(const std::string& device, const std::string& service) EXCLUDES(mMutex);
     // Commands 20001-20003 go to the HAL; others succeed untouched. -200014 no service.
-    OptResult SendRequest(int cmd, const std::string& data);
+    OptResult SendRequest(int cmd, const std::string& data) EXCLUDES(mMutex);
     // 9108 lock (address in `value`), 9109 unlock, 9101 HAL command; -200014 no service.
-    OptResult SendData(int cmd, const std::string& data, const std::vector<CommonData>& items);
+    OptResult SendData(int cmd, const std::string& data, const std::vector<CommonData>& items) EXCLUDES(mMutex);
     // The CPU address, or 0. items[0].pointer carries the address of a void* that
     // receives the handle data.
-    uint64_t LockVideoBuffer(const std::string& json, const std::vector<CommonData>& items);
-    int UnLockVideoBuffer(const std::string& json);
+    uint64_t LockVideoBuffer(const std::string& json, const std::vector<CommonData>& items) EXCLUDES(mMutex);
+    int UnLockVideoBuffer(const std::string& json) EXCLUDES(mMutex);
 
-    std::shared_ptr<AidlVirCameraCallback> GetAidlCallback() const;
-    AIBinder* GetBinder();
-    int LinkToDeath();
-    int UnLinkToDeath();
+    std::shared_ptr<AidlVirCameraCallback> GetAidlCallback() const EXCLUDES(mMutex);
+    AIBinder* GetBinder() EXCLUDES(mMutex);
+    int LinkToDeath() EXCLUDES(mMutex);
+    int UnLinkToDeath() EXCLUDES(mMutex);
     static void BinderDied(void* cookie);
 
 private:
     using IVirCameraChannel = aidl::vendor::zuvek::hardware::camera::vircamera::IVirCameraChannel;
     struct DeathCookie;
 
-    std::shared_ptr<IVirCameraChannel> FindService();
-    void OnBinderDied();
+    std::shared_ptr<IVirCameraChannel> FindService() EXCLUDES(mMutex);
+    void OnBinderDied() EXCLUDES(mMutex);
 
-    // Registration writes these while requests and the death thread read them.
-    mutable std::mutex mMutex;
-    std::string mServiceName;
-    IVirCameraWrapper::VirCameraMode mMode = IVirCameraWrapper::MODE_STREAM_CHANGE;
-    bool mRegistered = false;
-    std::shared_ptr<AidlVirCameraCallbackReflector> mReflector;
-    std::string mDeviceId;
-    std::string mServiceId;
-    AIBinder_DeathRecipient* mDeathRecipient = nullptr;
-    DeathCookie* mDeathCookie = nullptr;  // owned by its link, freed when the link goes
-    std::shared_ptr<IVirCameraChannel> mChannel;
+    // Guards everything below: registration writes it while requests and the death
+    // thread read it. Never held across a call to the HAL, the binder or the caller.
+    mutable Mutex mMutex;
+    std::string mServiceName GUARDED_BY(mMutex);
+    IVirCameraWrapper::VirCameraMode mMode GUARDED_BY(mMutex) = IVirCameraWrapper::MODE_STREAM_CHANGE;
+    bool mRegistered GUARDED_BY(mMutex) = false;
+    std::shared_ptr<AidlVirCameraCallbackReflector> mReflector GUARDED_BY(mMutex);
+    std::string mDeviceId GUARDED_BY(mMutex);
+    std::string mServiceId GUARDED_BY(mMutex);
+    AIBinder_DeathRecipient* mDeathRecipient GUARDED_BY(mMutex) = nullptr;
+    // Owned by its link, freed when the link goes.
+    DeathCookie* mDeathCookie GUARDED_BY(mMutex) = nullptr;
+    std::shared_ptr<IVirCameraChannel> mChannel GUARDED_BY(mMutex);
 };
 
 }  // namespace android

@@ -36,7 +36,7 @@ OptResult Failure() {
 // destroy it under a running call. Null when the mode has none.
 std::shared_ptr<AidlService> ServiceOfMode(int mode, bool& found) {
     AidlVirtualCameraClient& client = AidlVirtualCameraClient::Get();
-    std::lock_guard<std::recursive_mutex> lock(client.MapsMutex());
+    RecursiveMutex::Autolock lock(client.MapsMutex());
     auto entry = client.GetServiceMap().find(mode);
     found = entry != client.GetServiceMap().end();
     return found ? entry->second : nullptr;
@@ -57,10 +57,10 @@ int AidlVirCameraWrapper::RegisterCallback(const std::string& device, const std:
                                            const std::weak_ptr<IVirCameraWrapperCallbackV2>& callback) {
     ALOGI("%s: device=%s service=%s mode:%d", __func__, VideoGetAnonyString(device).c_str(),
           VideoGetAnonyString(service).c_str(), mode);
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     const DevStrInfo user{device, service};
     AidlVirtualCameraClient& client = AidlVirtualCameraClient::Get();
-    std::lock_guard<std::recursive_mutex> mapsLock(client.MapsMutex());
+    RecursiveMutex::Autolock mapsLock(client.MapsMutex());
     auto& users = client.GetUserMap();
     auto& services = client.GetServiceMap();
     const bool hasService = services.count(mode) != 0;
@@ -88,7 +88,10 @@ int AidlVirCameraWrapper::RegisterCallback(const std::string& device, const std:
             ALOGE("aidl service is null : %d", -1);
             return -1;
         }
-        int result = entry->second->RegisterCallback(device, service, mode, callback);
+        // A HAL request nested in this call may drop the map's entry (the maps lock is
+        // recursive): the copy keeps the connection alive until its call returns.
+        const std::shared_ptr<AidlService> connection = entry->second;
+        int result = connection->RegisterCallback(device, service, mode, callback);
         if (result != 0) {
             ALOGE("RegisterCallback failed with ret=%d", result);
         }
@@ -113,10 +116,10 @@ int AidlVirCameraWrapper::RegisterCallback(const std::string& device, const std:
 int AidlVirCameraWrapper::UnRegisterCallback(const std::string& device, const std::string& service) {
     ALOGI("%s: UnRegisterCallback device=%s service=%s", __func__, VideoGetAnonyString(device).c_str(),
           VideoGetAnonyString(service).c_str());
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     const DevStrInfo user{device, service};
     AidlVirtualCameraClient& client = AidlVirtualCameraClient::Get();
-    std::lock_guard<std::recursive_mutex> mapsLock(client.MapsMutex());
+    RecursiveMutex::Autolock mapsLock(client.MapsMutex());
     auto& users = client.GetUserMap();
     auto& services = client.GetServiceMap();
     const auto snapshot = users;
@@ -153,7 +156,7 @@ int AidlVirCameraWrapper::GetServiceMode(int uniqueID) {
     AidlVirtualCameraClient& client = AidlVirtualCameraClient::Get();
     AidlVirtualCameraClient::UserMap users;
     {
-        std::lock_guard<std::recursive_mutex> mapsLock(client.MapsMutex());
+        RecursiveMutex::Autolock mapsLock(client.MapsMutex());
         users = client.GetUserMap();
     }
     int result = -1;

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <list>
-#include <mutex>
+
+#include <android-base/thread_annotations.h>
+#include <utils/Mutex.h>
 
 #include "IVirCameraWrapper.h"
 
@@ -16,8 +18,8 @@ public:
     ~AidlVirCameraWrapper() override;
 
     int RegisterCallback(const std::string& device, const std::string& service, IVirCameraWrapper::VirCameraMode mode,
-                         const std::weak_ptr<IVirCameraWrapperCallbackV2>& callback) override;
-    int UnRegisterCallback(const std::string& device, const std::string& service) override;
+                         const std::weak_ptr<IVirCameraWrapperCallbackV2>& callback) override EXCLUDES(mMutex);
+    int UnRegisterCallback(const std::string& device, const std::string& service) override EXCLUDES(mMutex);
     OptResult SendRequest(int cmd, const int& uniqueID, const std::string& data) override;
     OptResult SendData(int cmd, const int& uniqueID, const std::string& data,
                        const std::vector<CommonData>& items) override;
@@ -27,7 +29,7 @@ public:
 
 private:
     const std::list<int> mManagerCmds;
-    std::mutex mMutex;  // serialises this wrapper's registrations
+    Mutex mMutex;  // serialises this wrapper's registrations; the maps have their own lock
 };
 
 }  // namespace android

@@ -35,17 +35,17 @@ HidlService::~HidlService() {
 }
 
 std::string HidlService::ServiceName() const {
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     return mServiceName;
 }
 
 sp<VirCameraCallback> HidlService::ChannelCallback() const {
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     return mReflector ? mReflector->GetCallback() : nullptr;
 }
 
 sp<VirCameraDeathWatcher> HidlService::DeathWatcher() const {
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     return mDeathWatcher;
 }
 
@@ -67,7 +67,7 @@ int HidlService::RegisterCallback(const std::string& device, const std::string& 
     }
     const char* name = HidlChannelName(mode);
     {
-        std::lock_guard<std::mutex> lock(mMutex);
+        Mutex::Autolock lock(mMutex);
         mServiceName = name;
         mMode = mode;
     }
@@ -87,7 +87,7 @@ int HidlService::RegisterCallback(const std::string& device, const std::string& 
     sp<VirCameraCallback> channelCallback;
     {
         // A later registration keeps the first channel callback and its caller callback.
-        std::lock_guard<std::mutex> lock(mMutex);
+        Mutex::Autolock lock(mMutex);
         if (mReflector == nullptr) {
             mReflector = std::make_shared<VirCameraCallbackReflector>(new VirCameraCallback(callback));
         }
@@ -105,7 +105,7 @@ int HidlService::RegisterCallback(const std::string& device, const std::string& 
     }
     sp<VirCameraDeathWatcher> watcher;
     {
-        std::lock_guard<std::mutex> lock(mMutex);
+        Mutex::Autolock lock(mMutex);
         mRegistered = true;
         if (mDeathWatcher == nullptr) {
             mDeathWatcher = new VirCameraDeathWatcher(callback);
@@ -128,7 +128,7 @@ int HidlService::UnRegisterCallback(const std::string& device, const std::string
     }
     const char* name;
     {
-        std::lock_guard<std::mutex> lock(mMutex);
+        Mutex::Autolock lock(mMutex);
         if (!mRegistered) {
             ALOGD("UnRegisterCallback not regist before");
             return 0;
@@ -152,7 +152,7 @@ int HidlService::UnRegisterCallback(const std::string& device, const std::string
             ALOGD("unregisterVirtualChannelCallback OK service=%s", VideoGetAnonyString(service).c_str());
         }
     }
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     mRegistered = registered;
     return result;
 }

@@ -24,12 +24,12 @@ VirCameraDeathWatcher::~VirCameraDeathWatcher() {
 }
 
 sp<VirCameraDeathWatcher::IVirCameraChannel> VirCameraDeathWatcher::GetCameraService() const {
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     return mService;
 }
 
 sp<VirCameraDeathWatcher::IVirCameraChannel> VirCameraDeathWatcher::TakeService() {
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     sp<IVirCameraChannel> service = mService;
     mService.clear();
     return service;
@@ -43,7 +43,7 @@ int VirCameraDeathWatcher::RegServiceLinkDeath(IVirCameraWrapper::VirCameraMode 
     }
     sp<IVirCameraChannel> service = IVirCameraChannel::tryGetService(HidlChannelName(mode), false);
     {
-        std::lock_guard<std::mutex> lock(mMutex);
+        Mutex::Autolock lock(mMutex);
         mService = service;
     }
     if (service == nullptr) {

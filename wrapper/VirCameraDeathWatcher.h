@@ -1,8 +1,9 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 
+#include <android-base/thread_annotations.h>
+#include <utils/Mutex.h>
 #include <vendor/zuvek/hardware/camera/vircamera/1.0/IVirCameraChannel.h>
 
 #include "IVirCameraWrapper.h"
@@ -18,22 +19,22 @@ public:
     explicit VirCameraDeathWatcher(const std::weak_ptr<IVirCameraWrapperCallback>& callback);
     ~VirCameraDeathWatcher() override;
 
-    void serviceDied(uint64_t cookie, const wp<hidl::base::V1_0::IBase>& who) override;
+    void serviceDied(uint64_t cookie, const wp<hidl::base::V1_0::IBase>& who) override EXCLUDES(mMutex);
 
     // Looks the service of `mode` up and links to its death (cookie 1 for the register
     // instance, 0 for the stream-change one; other modes are not linked). 0 or -1.
-    int RegServiceLinkDeath(IVirCameraWrapper::VirCameraMode mode);
+    int RegServiceLinkDeath(IVirCameraWrapper::VirCameraMode mode) EXCLUDES(mMutex);
     // Unlinks and forgets the service; harmless when nothing is linked.
-    void UnregServiceLinkDeath();
+    void UnregServiceLinkDeath() EXCLUDES(mMutex);
     // The linked service, or null (never linked, unlinked, or dead).
-    sp<IVirCameraChannel> GetCameraService() const;
+    sp<IVirCameraChannel> GetCameraService() const EXCLUDES(mMutex);
 
 private:
-    sp<IVirCameraChannel> TakeService();
+    sp<IVirCameraChannel> TakeService() EXCLUDES(mMutex);
 
     const std::weak_ptr<IVirCameraWrapperCallback> mCallback;
-    mutable std::mutex mMutex;  // guards mService against the death thread
-    sp<IVirCameraChannel> mService;
+    mutable Mutex mMutex;  // guards mService against the death thread
+    sp<IVirCameraChannel> mService GUARDED_BY(mMutex);
 };
 
 }  // namespace android

@@ -37,7 +37,7 @@ int VirCameraWrapper::RegisterCallback(const std::string& device, const std::str
                                        const std::weak_ptr<IVirCameraWrapperCallback>& callback) {
     ALOGI("RegisterCallback device=%s service=%s", VideoGetAnonyString(device).c_str(),
           VideoGetAnonyString(service).c_str());
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     const int key = ConvertToHashID(device) + ConvertToHashID(service);
     auto connection = std::make_shared<HidlService>();
     int result = connection->RegisterCallback(device, service, mode, callback);
@@ -49,7 +49,7 @@ int VirCameraWrapper::RegisterCallback(const std::string& device, const std::str
 int VirCameraWrapper::UnRegisterCallback(const std::string& device, const std::string& service) {
     ALOGI("UnRegisterCallback device=%s service=%s", VideoGetAnonyString(device).c_str(),
           VideoGetAnonyString(service).c_str());
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     const int key = ConvertToHashID(device) + ConvertToHashID(service);
     auto entry = mServiceMap.find(key);
     if (entry == mServiceMap.end()) {
@@ -61,7 +61,7 @@ int VirCameraWrapper::UnRegisterCallback(const std::string& device, const std::s
 }
 
 std::shared_ptr<HidlService> VirCameraWrapper::FindService(int uniqueID) {
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     auto entry = mServiceMap.find(uniqueID);
     return entry == mServiceMap.end() ? nullptr : entry->second;
 }

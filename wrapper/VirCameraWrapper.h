@@ -3,7 +3,9 @@
 #include <list>
 #include <map>
 #include <memory>
-#include <mutex>
+
+#include <android-base/thread_annotations.h>
+#include <utils/Mutex.h>
 
 #include "IVirCameraWrapper.h"
 #include "wrapper/HidlService.h"
@@ -20,22 +22,24 @@ public:
     ~VirCameraWrapper() override;
 
     int RegisterCallback(const std::string& device, const std::string& service, VirCameraMode mode,
-                         const std::weak_ptr<IVirCameraWrapperCallback>& callback) override;
-    int UnRegisterCallback(const std::string& device, const std::string& service) override;
-    int NotifyOpenControlSessionResult(int uniqueID, int result) override;
-    int NotifyConfigStreamResult(int uniqueID, int result) override;
-    int NotifyOpenDataSessionResult(int uniqueID, int result) override;
-    int Notify(int uniqueID, const std::string& message) override;
-    int OnVirImageBufferDone(int uniqueID, const VirCameraImageResult& result) override;
-    void* LockVideoBuffer(int uniqueID, int streamId, unsigned long bufferId, void** handleData) override;
-    int UnLockVideoBuffer(int uniqueID, int streamId, unsigned long bufferId, int& releaseFence) override;
+                         const std::weak_ptr<IVirCameraWrapperCallback>& callback) override EXCLUDES(mMutex);
+    int UnRegisterCallback(const std::string& device, const std::string& service) override EXCLUDES(mMutex);
+    int NotifyOpenControlSessionResult(int uniqueID, int result) override EXCLUDES(mMutex);
+    int NotifyConfigStreamResult(int uniqueID, int result) override EXCLUDES(mMutex);
+    int NotifyOpenDataSessionResult(int uniqueID, int result) override EXCLUDES(mMutex);
+    int Notify(int uniqueID, const std::string& message) override EXCLUDES(mMutex);
+    int OnVirImageBufferDone(int uniqueID, const VirCameraImageResult& result) override EXCLUDES(mMutex);
+    void* LockVideoBuffer(int uniqueID, int streamId, unsigned long bufferId, void** handleData) override
+        EXCLUDES(mMutex);
+    int UnLockVideoBuffer(int uniqueID, int streamId, unsigned long bufferId, int& releaseFence) override
+        EXCLUDES(mMutex);
     OptResult SendRequest(int cmd, const int& uniqueID, const std::string& data) override;
 
 private:
-    std::shared_ptr<HidlService> FindService(int uniqueID);
+    std::shared_ptr<HidlService> FindService(int uniqueID) EXCLUDES(mMutex);
 
-    std::map<int, std::shared_ptr<HidlService>> mServiceMap;  // uniqueID -> connection
-    std::mutex mMutex;                                        // guards mServiceMap
+    Mutex mMutex;  // guards the connection map
+    std::map<int, std::shared_ptr<HidlService>> mServiceMap GUARDED_BY(mMutex);  // uniqueID -> connection
     const std::list<int> mManagerCmds;
 };
 

@@ -80,6 +80,11 @@ void SimAidlChannel::SetRegisterCallbackStatus(int32_t status) {
     mRegisterCallbackStatus = status;
 }
 
+void SimAidlChannel::SetCommandOnRegister(int32_t cmd) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mCommandOnRegister = cmd;
+}
+
 void SimAidlChannel::SetCallerRequestStatus(int32_t status) {
     std::lock_guard<std::mutex> lock(mMutex);
     mCallerRequestStatus = status;
@@ -305,12 +310,20 @@ ndk::ScopedAStatus SimAidlChannel::registerVirtualChannelCallback(
         return ndk::ScopedAStatus::fromExceptionCode(EX_NULL_POINTER);
     }
     std::shared_ptr<IVirCameraChannelCallback> previous;  // released after the lock
-    std::lock_guard<std::mutex> lock(mMutex);
-    previous = std::move(mCallback);
-    mCallback = callback;
-    mRegisteredAs = {device, service};
-    ++mRegisterCallbackCount;
-    *ret = mRegisterCallbackStatus;
+    int32_t nestedCmd = 0;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        previous = std::move(mCallback);
+        mCallback = callback;
+        mRegisteredAs = {device, service};
+        ++mRegisterCallbackCount;
+        *ret = mRegisterCallbackStatus;
+        nestedCmd = mCommandOnRegister;
+    }
+    if (nestedCmd != 0) {
+        StatusResult reply;
+        (void)callback->processCmdRequest(nestedCmd, "{}", &reply);
+    }
     return ndk::ScopedAStatus::ok();
 }
 

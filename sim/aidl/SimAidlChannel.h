@@ -58,6 +58,9 @@ public:
     void SetIdList(int32_t status, const std::string& data);
     // Answer of registerVirtualChannelCallback (default 0).
     void SetRegisterCallbackStatus(int32_t status);
+    // A command (JSON "{}") that registerVirtualChannelCallback sends to the new callback
+    // before it answers, as a nested call on the registering thread; 0 (default) sends none.
+    void SetCommandOnRegister(int32_t cmd);
     // Status of 20001-20003 answers (default 0).
     void SetCallerRequestStatus(int32_t status);
     // Whether 20001-20003 requests are parsed and kept for CallerRequests() (default true).
@@ -113,6 +116,7 @@ private:
     int32_t mIdListStatus = 0;
     std::string mIdList = "[]";
     int32_t mRegisterCallbackStatus = 0;
+    int32_t mCommandOnRegister = 0;
     int32_t mCallerRequestStatus = 0;
     int32_t mProcessStatus = 0;
     int mProcessItems = 0;

@@ -83,6 +83,28 @@ TEST_F(RegistrationTest, UsersOfOneModeShareOneConnection) {
     EXPECT_EQ(2, mRegisterChannel->RegisterCallbackCount());
 }
 
+// A HAL may clear the stream-change mode from inside the registration call (a nested
+// binder call on the registering thread). The connection being re-registered loses its
+// map entry mid-call and must stay alive until its call returns (ASan catches the rest).
+TEST_F(RegistrationTest, ModeClearedInsideItsReRegistration) {
+    int result = -1;
+    Register("devA", "svcA", IVirCameraWrapper::MODE_STREAM_CHANGE, &result);
+    ASSERT_EQ(0, result);
+    ASSERT_EQ(0, mWrapper->UnRegisterCallback("devA", "svcA"));
+    mStreamChannel->SetCommandOnRegister(20006);
+    Register("devA", "svcA", IVirCameraWrapper::MODE_STREAM_CHANGE, &result);
+    EXPECT_EQ(0, result);
+    HOSTKIT_EXPECT_LOG_LINE(TAG_PRIO_WARN, WRAPPER_TAG, "already reg service but no user use");
+    HOSTKIT_EXPECT_LOG_LINE(TAG_PRIO_INFO, "VIRCAMERA_AIDL_CLIENT", "service map has invalid cache");
+    // The mode is gone: the next registration starts a new connection.
+    mStreamChannel->SetCommandOnRegister(0);
+    hostkit::logs::Clear();
+    Register("devA", "svcA", IVirCameraWrapper::MODE_STREAM_CHANGE, &result);
+    EXPECT_EQ(0, result);
+    HOSTKIT_EXPECT_LOG_LINE(TAG_PRIO_INFO, WRAPPER_TAG, "RegisterCallback success with start service mode:0");
+    EXPECT_EQ(3, mStreamChannel->RegisterCallbackCount());
+}
+
 TEST_F(RegistrationTest, FailedReRegistrationKeepsTheUser) {
     int result = -1;
     Register("devA", "svcA", IVirCameraWrapper::MODE_REGISTER, &result);
