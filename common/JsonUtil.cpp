@@ -5,6 +5,9 @@
 #include <json/reader.h>
 #include <json/writer.h>
 
+#include <cstddef>
+#include <vector>
+
 #include "common/JsonDepth.h"
 
 namespace JsonUtil {
@@ -14,9 +17,6 @@ namespace {
 constexpr const char* TAG_WRAPPERCB = "VIRCAMERA_AIDL_WRAPPERCB";
 constexpr const char* TAG_MANAGER = "VIRCAMERA_MANAGER";
 constexpr int INT_DEFAULT = -999999;
-// Deep enough for every message of the protocol, shallow enough for the recursive
-// parser on a small binder-thread stack.
-constexpr size_t MAX_DEPTH = 64;
 
 // Finds member `key` of `root` under the shared rules: logs and returns null when it
 // is missing (also for a root that is not an object) or null.
@@ -44,16 +44,28 @@ void LogTypeError(const char* tag, const char* function, const std::string& key,
                         function, key.c_str(), static_cast<int>(member.type()));
 }
 
-}  // namespace
-
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"  // Reader/FastWriter: the library's format
 
+// True when Json::Reader would exceed its stack limit on `text`: an exception where
+// jsoncpp has them, an abort where it has not. Everything else it may read.
+bool ExceedsReaderLimit(const std::string& text) {
+    const size_t cut = ReaderLimitCut(text);
+    if (cut == std::string::npos) return false;
+    Json::Reader reader;
+    Json::Value partial;
+    (void)reader.parse(text.data(), text.data() + cut, partial, true);
+    const std::vector<Json::Reader::StructuredError> errors = reader.getStructuredErrors();
+    // The prefix ends inside open containers, so its parse always fails; failing only at
+    // the prefix's end means the reader got there and would go on past its limit.
+    return errors.empty() || errors.front().offset_start >= static_cast<ptrdiff_t>(cut);
+}
+
+}  // namespace
+
 int StringToJsonValue(const std::string& text, Json::Value& root) {
     bool parsed = false;
-    // The reader throws (aborts on the device) past its own nesting limit; the
-    // guard keeps every text it sees far below it.
-    if (NestingWithin(text, MAX_DEPTH)) {
+    if (!ExceedsReaderLimit(text)) {
         Json::Reader reader;
         parsed = reader.parse(text, root, true);
     }
@@ -65,6 +77,8 @@ int StringToJsonValue(const std::string& text, Json::Value& root) {
     return 0;
 }
 
+// FastWriter throws for no value; its recursion is as deep as the value, and values
+// parsed here are at most READER_STACK_LIMIT deep.
 int JsonValueToString(const Json::Value& value, std::string& text) {
     Json::FastWriter writer;
     text = writer.write(value);

@@ -9,12 +9,16 @@
 // line and the documented failure value. Any thread.
 namespace JsonUtil {
 
-// Parses `text` into `root`; 0 on success, -1 on failure (also for nesting deeper than
-// 64 levels). On failure `root` holds whatever was parsed, possibly nothing.
+// Parses `text` into `root` with Json::Reader; 0 on success, -1 on failure. Accepts
+// exactly what the reader accepts (up to 1,000 levels of nesting) with the same tree;
+// on a parse error `root` holds what the reader left, possibly nothing. Text that would
+// take the reader past its nesting limit (an abort where jsoncpp has no exceptions) is
+// refused before anything is stored in `root`. Linear time; besides the reader's own
+// recursion (at most 1,000 levels) no recursion.
 int StringToJsonValue(const std::string& text, Json::Value& root);
 
 // Compact text of `value` without the writer's trailing newline ("null", "[]", ...).
-// Always 0.
+// Always 0. The writer recurses once per level: fine for any tree parsed above.
 int JsonValueToString(const Json::Value& value, std::string& text);
 
 // The string member `key` of object `root`; "" when missing, null or not a string.

@@ -88,6 +88,9 @@ TEST_F(AidlClientTest, ManagerSurvivesHostileJson) {
         {1115017, "{oops", "-1"},
         {1115017, R"({"type":7})", "-1"},
         {1115017, std::string(5000, '[') + std::string(5000, ']'), "-1"},
+        // A member nested to jsoncpp's limit of 1,000 levels changes nothing; one more fails.
+        {1115016, R"({"type":"SWITCH","deep":)" + std::string(999, '[') + std::string(999, ']') + "}", "0"},
+        {1115016, R"({"type":"SWITCH","deep":)" + std::string(1000, '[') + std::string(1000, ']') + "}", "-1"},
         {1115017, R"({"type":"VIRTUAL","deviceId":1,"serviceId":null,"vectorObj":"x"})", "0"},
         {1115018, R"({"type":"OTHER"})", "-1"},
         {1115018, R"({"type":"VIRTUAL","deviceId":{},"serviceId":[]})", "0"},

@@ -90,6 +90,30 @@ TEST_F(AidlClientTest, NonJsonReportIsRefused) {
     HOSTKIT_EXPECT_LOG_LINE(6, CLIENT_TAG, "NotifySwitchOnVirtualCameraResult inRoot failed not json");
 }
 
+// The HAL's answer and report nest as deep as jsoncpp reads (1,000 levels); a report one
+// level deeper is refused like any bad text.
+TEST_F(AidlClientTest, DeeplyNestedAnswerAndReportAreRead) {
+    const auto deep = [](size_t levels) { return std::string(levels, '[') + std::string(levels, ']'); };
+    SimSwitchBehaviour refused;
+    refused.timing = ReportTiming::NEVER;
+    refused.answer = R"({"seqNo":41,"OptRet":1,"deep":)" + deep(999) + "}";
+    mStreamChannel->SetSwitchOn(refused);
+    EXPECT_EQ(-200013, Client().SwitchOnCamStream("dev", "svc", 1, {"a"}));  // read up to the refusal
+
+    // A report of that sequence number, straight from the HAL's side.
+    auto framework = vircamsim::SimAidlFramework::Make(mStreamChannel);
+    hostkit::logs::Clear();
+    EXPECT_EQ(0, framework->SendCommand(20004, R"({"seqNo":41,"OptRet":0,"deep":)" + deep(999) + "}").status);
+    for (const hostkit::logs::LogLine& line : hostkit::logs::Lines()) {
+        EXPECT_NE(6, line.priority) << line.text;  // neither unreadable nor out of sequence
+    }
+
+    const std::string tooDeep = R"({"seqNo":41,"OptRet":0,"deep":)" + deep(1000) + "}";
+    EXPECT_EQ(-200011, framework->SendCommand(20004, tooDeep).status);
+    HOSTKIT_EXPECT_LOG_LINE(6, CLIENT_TAG,
+                            ("NotifySwitchOnVirtualCameraResult inRoot failed " + tooDeep).substr(0, 1023));
+}
+
 TEST_F(AidlClientTest, SwitchOffFollowsTheReport) {
     mStreamChannel->SetSwitchOff(Delayed(30));
     EXPECT_EQ(0, Client().SwitchOffCamStream("dev", "svc"));

@@ -95,6 +95,28 @@ TEST_F(CallbackAidlImageTest, LockRefusalsNameTheirReason) {
     EXPECT_EQ(0, mChannel->UnLockVideoBuffer(0, 2, 3, fence));
 }
 
+// The command text and the item texts nest as deep as jsoncpp reads (1,000 levels); a
+// command text one level deeper is refused before anything is imported.
+TEST_F(CallbackAidlImageTest, DeeplyNestedTextsAreRead) {
+    ASSERT_TRUE(hostkit::mapper::Offer({4}));
+    BufferRing ring(1);
+    const auto deep = [](size_t levels) { return std::string(levels, '[') + std::string(levels, ']'); };
+    const std::string json = "{\"sessionId\":1,\"deep\":" + deep(999) + "}";
+    EXPECT_CALL(*mCaller, OnCommandWithData(CMD_IMAGE, json, _)).WillOnce(Return(CallbackResult{6, "done"}));
+    InfoData item = Item(1, 2, 3, ring[0]);
+    item.data = "{\"deep\":" + deep(999) + ",\"frameNumber\":1,\"streamId\":2,\"bufferId\":3}";
+    EXPECT_EQ(6, Image(Items(std::move(item)), json).status);
+    EXPECT_EQ(1u, hostkit::mapper::LiveImports());
+    EXPECT_NE(nullptr, mChannel->LockVideoBuffer(0, 2, 3, nullptr));  // cached under its ids
+    int32_t fence = 0;
+    EXPECT_EQ(0, mChannel->UnLockVideoBuffer(0, 2, 3, fence));
+
+    const std::string tooDeep = "{\"sessionId\":1,\"deep\":" + deep(1000) + "}";
+    EXPECT_CALL(*mCaller, OnCommandWithData(CMD_IMAGE, tooDeep, _)).Times(0);
+    EXPECT_EQ(-200012, Image(Items(Item(1, 2, 4, ring[0])), tooDeep).status);
+    EXPECT_EQ(1u, hostkit::mapper::LiveImports());
+}
+
 TEST_F(CallbackAidlImageTest, LockDuringReleaseIsRefusedWithItsReason) {
     android::sp<SpyMapperV2> spy = SpyMapperV2::Install();
     ASSERT_NE(nullptr, spy);

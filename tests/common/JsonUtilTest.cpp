@@ -2,13 +2,11 @@
 
 #include <android/log.h>
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <ostream>
 #include <string>
 #include <vector>
 
-#include "common/JsonDepth.h"
 #include "hostkit/LogCapture.h"
 
 namespace {
@@ -18,8 +16,6 @@ constexpr const char* TAG_MANAGER = "VIRCAMERA_MANAGER";
 
 // The Android log keeps at most 1023 bytes of a line.
 std::string LogText(const std::string& text) { return text.substr(0, 1023); }
-
-std::string Nested(size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); }
 
 Json::Value Parse(const std::string& text) {
     Json::Value root;
@@ -66,53 +62,9 @@ INSTANTIATE_TEST_SUITE_P(
                 ParseCase{"UnterminatedString", "{\"a\":\"abc", -1},
                 ParseCase{"NonUtf8Bytes", "\xff\xfe\x80", -1},
                 ParseCase{"BadEscape", "{\"a\":\"\\q\"}", -1},
-                ParseCase{"Depth65", Nested(65), -1}, ParseCase{"Depth1000", Nested(1000), -1},
-                ParseCase{"Depth1000Objects",
-                          [] {
-                              std::string text;
-                              for (int i = 0; i < 1000; ++i) text += "{\"a\":";
-                              return text + "1" + std::string(1000, '}');
-                          }(),
-                          -1},
-                ParseCase{"Depth64", Nested(64), 0},
-                ParseCase{"BracketsInStringDoNotCount", "[\"" + std::string(100, '[') + "\"]", 0},
                 ParseCase{"NonUtf8InsideString", "{\"a\":\"\xff\xfe\"}", 0},
                 ParseCase{"Object", "{\"type\":\"VIRTUAL\"}", 0}, ParseCase{"Number", "5", 0}),
         [](const ::testing::TestParamInfo<ParseCase>& info) { return info.param.name; });
-
-TEST(JsonDepthTest, CountsOnlyStructuralBrackets) {
-    EXPECT_TRUE(JsonUtil::NestingWithin("[[]]", 2));
-    EXPECT_FALSE(JsonUtil::NestingWithin("[{}]", 1));
-    EXPECT_TRUE(JsonUtil::NestingWithin("[\"\\\"[[[\"]", 1));  // escaped quote stays in string
-    EXPECT_TRUE(JsonUtil::NestingWithin("[/* [[[ */]", 1));
-    EXPECT_TRUE(JsonUtil::NestingWithin("[// [[[\n]", 1));
-    EXPECT_TRUE(JsonUtil::NestingWithin("]]]][", 1));  // unbalanced text is the parser's
-}
-
-// Binder threads can have small stacks: deep input must be refused without recursion.
-TEST(JsonUtilStackTest, DeepInputOnSmallStackIsRefused) {
-    struct Result {
-        int deep = 0;
-        int allowed = 1;
-    } result;
-    pthread_attr_t attr;
-    ASSERT_EQ(0, pthread_attr_init(&attr));
-    ASSERT_EQ(0, pthread_attr_setstacksize(&attr, 256 * 1024));
-    pthread_t thread;
-    auto body = [](void* arg) -> void* {
-        auto* out = static_cast<Result*>(arg);
-        Json::Value root;
-        out->deep = JsonUtil::StringToJsonValue(Nested(1000), root);
-        Json::Value allowed;
-        out->allowed = JsonUtil::StringToJsonValue(Nested(64), allowed);
-        return nullptr;
-    };
-    ASSERT_EQ(0, pthread_create(&thread, &attr, body, &result));
-    ASSERT_EQ(0, pthread_join(thread, nullptr));
-    pthread_attr_destroy(&attr);
-    EXPECT_EQ(-1, result.deep);
-    EXPECT_EQ(0, result.allowed);
-}
 
 // ---- member readers over hostile roots ------------------------------------------------
 

@@ -95,4 +95,29 @@ TEST_F(HidlClientManager, HostileRequestsAnswerMinusOne) {
     EXPECT_TRUE(mRegisterChannel->VirCameraRegistrations().empty());
 }
 
+// jsoncpp reads requests nested up to 1,000 levels: a deep member changes nothing. One
+// level more fails like any bad text, without reaching the HAL.
+TEST_F(HidlClientManager, DeeplyNestedRequestsAreAnsweredLikeFlatOnes) {
+    const auto deep = [](size_t levels) {
+        return ",\"deep\":" + std::string(levels, '[') + std::string(levels, ']') + "}";
+    };
+    const std::string device = R"("deviceId":"dev","serviceId":"svc")";
+    EXPECT_EQ("0", Send(CHECK, R"({"type":"SWITCH")" + deep(500)));
+    EXPECT_EQ("0", Send(CHECK, R"({"type":"VIRTUAL")" + deep(500)));
+    EXPECT_EQ("0", Send(START, R"({"type":"VIRTUAL",)" + device +
+                                   R"(,"vectorObj":["17","1080,1920","30000,30000","front"])" + deep(500)));
+    ASSERT_EQ(1u, mRegisterChannel->VirCameraRegistrations().size());
+    EXPECT_EQ("dev", mRegisterChannel->VirCameraRegistrations()[0].device);
+    EXPECT_EQ("0", Send(START, R"({"type":"SWITCH",)" + device + R"(,"vectorObj":["3"])" + deep(999)));
+    EXPECT_EQ(1u, mStreamChannel->SwitchOnCalls());
+    EXPECT_EQ("0", Send(FINISH, R"({"type":"SWITCH",)" + device + deep(500)));
+    EXPECT_EQ(1u, mStreamChannel->SwitchOffCalls());
+
+    const std::string tooDeep = R"({"type":"SWITCH",)" + device + R"(,"vectorObj":["3"])" + deep(1000);
+    EXPECT_EQ("-1", Send(START, tooDeep));
+    HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_ERROR, MANAGER_TAG,
+                            ("StartVirtualCamera inRoot failed " + tooDeep).substr(0, 1023));
+    EXPECT_EQ(1u, mStreamChannel->SwitchOnCalls());
+}
+
 }  // namespace

@@ -1,5 +1,7 @@
 // The JSON helpers on arbitrary text. Input: an optional first line naming one more key
-// to read, then the JSON text; without a newline the whole input is the text.
+// to read, then the JSON text; without a newline the whole input is the text. Parsing
+// must match Debian's jsoncpp exactly, and refuse what would make it throw (an abort on
+// a device, where jsoncpp has no exceptions).
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -7,6 +9,7 @@
 #include <hostkit/LogCapture.h>
 #include <json/value.h>
 
+#include "JsonReference.h"
 #include "common/JsonUtil.h"
 
 namespace {
@@ -30,9 +33,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string key = hasKey ? input.substr(0, newline) : std::string();
     const std::string text = hasKey ? input.substr(newline + 1) : input;
 
+    const JsonReference reference = ParseWithJsoncpp(text);
     Json::Value root;
     const int parsed = JsonUtil::StringToJsonValue(text, root);
-    if (parsed != 0 && parsed != -1) __builtin_trap();
+    if (reference.threw) {
+        if (parsed != -1 || !root.isNull()) __builtin_trap();  // refused, nothing stored
+    } else if (parsed != (reference.parsed ? 0 : -1) || !JsonDifference(reference.root, root).empty()) {
+        __builtin_trap();
+    }
     for (const char* libraryKey : LIBRARY_KEYS) ReadEveryType(root, libraryKey);
     if (hasKey) ReadEveryType(root, key);
 
