@@ -69,7 +69,9 @@ Return<void> VirCameraCallback::openControlSession(const hidl_string& device, co
     ALOGD("openControlSession service=%s", VideoGetAnonyString(service).c_str());
     auto callback = LockCallback();
     if (callback == nullptr) {
-        return Void();  // the HAL gets no answer at all, as for an open data session
+        // Answered: the HIDL stub ends the process when a method returns without answering.
+        _hidl_cb(VirOptResult::FAILED, 0);
+        return Void();
     }
     uint32_t sessionId = 0;
     int32_t ret = callback->OnOpenControlSession(device, service, sessionId);
@@ -106,6 +108,7 @@ Return<void> VirCameraCallback::openDataSession(const hidl_string& device, const
     ALOGD("openDataSession service=%s", VideoGetAnonyString(service).c_str());
     auto callback = LockCallback();
     if (callback == nullptr) {
+        _hidl_cb(VirOptResult::FAILED, 0);
         return Void();
     }
     uint32_t sessionId = 0;
@@ -142,6 +145,7 @@ Return<void> VirCameraCallback::processImageRequest(uint32_t sessionId, const hi
     }
     auto callback = LockCallback();
     if (callback == nullptr) {
+        _hidl_cb(VirOptResult::FAILED, 0);
         return Void();
     }
     // Reused across requests so that a steady stream allocates nothing per frame.

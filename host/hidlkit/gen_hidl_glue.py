@@ -3,7 +3,10 @@
 
 For each interface: descriptor, castFrom, getService, tryGetService,
 registerAsService, registerForNotifications and a proxy class that forwards
-every method to the service object through the host runtime.
+every method to the service object through the host runtime, serving it
+under the rules of hidl-gen's stubs (see hidlkit/HidlGlue.h). The proxy class
+of each interface is also what local objects of it arrive as when passed
+through a call.
 """
 import argparse
 import os
@@ -73,19 +76,27 @@ def parse_interface(path):
 def proxy_method(ret, method, params, callbacks):
     decl = ", ".join("%s %s" % (t, n) for t, n in params)
     lines = ["    %s %s(%s) override {" % (ret, method, decl)]
+    callback = None
     args = []
     for ptype, pname in params:
         if ptype in callbacks:
-            lines.append("        if (!%s) return ::hostkit::hidl::detail::nullCallbackStatus();" % pname)
-            args.append("::hostkit::hidl::detail::transportedCallback(%s)" % pname)
+            callback = (ptype, pname)
+            args.append("_hidl_stub_cb")
         else:
             args.append("::hostkit::hidl::detail::transported(%s)" % pname)
-    lines += [
-        "        const ::android::status_t transport = mRemote->beginCall();",
-        "        if (transport != ::android::OK) return ::android::hardware::Status::fromStatusT(transport);",
-        "        return mImpl->%s(%s);" % (method, ", ".join(args)),
-        "    }",
-    ]
+    call = "mImpl->%s(%s)" % (method, ", ".join(args))
+    if callback is not None:
+        lines += [
+            '        return callWithResults("%s", %s, [&](const %s& _hidl_stub_cb) {' % (method, callback[1], callback[0]),
+            "            return %s;" % call,
+            "        });",
+        ]
+    elif ret == "::android::hardware::Return<void>":
+        lines.append('        return callVoid("%s", [&] { return %s; });' % (method, call))
+    else:
+        value = re.match(r"^::android::hardware::Return<(.*)>$", ret).group(1)
+        lines.append('        return callValue<%s>("%s", [&] { return %s; });' % (value, method, call))
+    lines.append("    }")
     return lines
 
 
@@ -105,7 +116,15 @@ def emit_interface(header, package):
     ]
     for ret, method, params in methods:
         out += proxy_method(ret, method, params, callbacks)
-    out += ["};", "", "}  // namespace", ""]
+    out += [
+        "};",
+        "",
+        "[[maybe_unused]] const bool k%sRegistered = ::hostkit::hidl::detail::registerProxyMaker(" % proxy,
+        "        %s::descriptor, &::hostkit::hidl::detail::makeLocalProxy<%s, %s>);" % (name, name, proxy),
+        "",
+        "}  // namespace",
+        "",
+    ]
     ret_sp = "::android::hardware::Return<::android::sp<%s>>" % name
     for cast in casts:
         out += [

@@ -31,7 +31,7 @@ class SimHidlChannel : public vircam::IVirCameraChannel {
     bool Restore();
     bool Alive() const;
 
-    // Answers (defaults: all 0 / OK, seqNum 1, empty id list, report INSIDE_CALL 300).
+    // Answers (defaults: all 0 / OK, seqNum 1, empty id list, report 300 after 100 ms).
     void SetRegisterChannelStatus(int32_t status);
     void SetUnregisterChannelStatus(int32_t status);
     void SetRegisterSwitchCallbackStatus(uint32_t status);

@@ -22,6 +22,13 @@ std::optional<T> Checked(const Return<T>& ret) {
     return static_cast<T>(ret);
 }
 
+std::optional<uint32_t> SessionId(const std::optional<std::pair<vircam::VirOptResult, uint32_t>>& answer) {
+    if (!answer.has_value() || answer->first != vircam::VirOptResult::SUCCESS) {
+        return std::nullopt;
+    }
+    return answer->second;
+}
+
 }  // namespace
 
 SimHidlFramework::SimHidlFramework(sp<SimHidlChannel> channel, size_t ringSize)
@@ -42,31 +49,37 @@ sp<vircam::IVirCameraChannelCallback> SimHidlFramework::Callback() const {
 }
 
 std::optional<uint32_t> SimHidlFramework::OpenControlSession(const std::string& device, const std::string& service) {
-    sp<vircam::IVirCameraChannelCallback> callback = Callback();
-    if (callback == nullptr) {
-        return std::nullopt;
-    }
-    std::optional<uint32_t> id;
-    auto ret = callback->openControlSession(device, service, [&](OptResult status, uint32_t sessionId) {
-        if (status == OptResult::SUCCESS) {
-            id = sessionId;
-        }
-    });
-    return ret.isOk() ? id : std::nullopt;
+    return SessionId(OpenControlSessionAnswer(device, service));
 }
 
 std::optional<uint32_t> SimHidlFramework::OpenDataSession(const std::string& device, const std::string& service) {
+    return SessionId(OpenDataSessionAnswer(device, service));
+}
+
+std::optional<SimHidlFramework::SessionAnswer> SimHidlFramework::OpenControlSessionAnswer(const std::string& device,
+                                                                                       const std::string& service) {
     sp<vircam::IVirCameraChannelCallback> callback = Callback();
     if (callback == nullptr) {
         return std::nullopt;
     }
-    std::optional<uint32_t> id;
-    auto ret = callback->openDataSession(device, service, [&](OptResult status, uint32_t sessionId) {
-        if (status == OptResult::SUCCESS) {
-            id = sessionId;
-        }
+    std::optional<SessionAnswer> answer;
+    auto ret = callback->openControlSession(device, service, [&](OptResult status, uint32_t sessionId) {
+        answer = SessionAnswer(status, sessionId);
     });
-    return ret.isOk() ? id : std::nullopt;
+    return ret.isOk() ? answer : std::nullopt;
+}
+
+std::optional<SimHidlFramework::SessionAnswer> SimHidlFramework::OpenDataSessionAnswer(const std::string& device,
+                                                                                    const std::string& service) {
+    sp<vircam::IVirCameraChannelCallback> callback = Callback();
+    if (callback == nullptr) {
+        return std::nullopt;
+    }
+    std::optional<SessionAnswer> answer;
+    auto ret = callback->openDataSession(device, service, [&](OptResult status, uint32_t sessionId) {
+        answer = SessionAnswer(status, sessionId);
+    });
+    return ret.isOk() ? answer : std::nullopt;
 }
 
 std::optional<SimHidlFramework::OptResult> SimHidlFramework::CloseControlSession(uint32_t sessionId) {

@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "hidl/SimHidlChannel.h"
@@ -43,9 +44,14 @@ class SimHidlFramework {
     SimHidlFramework(const SimHidlFramework&) = delete;
     SimHidlFramework& operator=(const SimHidlFramework&) = delete;
 
+    using SessionAnswer = std::pair<OptResult, uint32_t>;
+
     // Session id on success (status SUCCESS), nullopt otherwise.
     std::optional<uint32_t> OpenControlSession(const std::string& device, const std::string& service);
     std::optional<uint32_t> OpenDataSession(const std::string& device, const std::string& service);
+    // The library's whole answer (status, session id).
+    std::optional<SessionAnswer> OpenControlSessionAnswer(const std::string& device, const std::string& service);
+    std::optional<SessionAnswer> OpenDataSessionAnswer(const std::string& device, const std::string& service);
     std::optional<OptResult> CloseControlSession(uint32_t sessionId);
     std::optional<OptResult> CloseDataSession(uint32_t sessionId);
     // Configures NV21 output streams and allocates their rings (the old rings are freed).

@@ -47,12 +47,13 @@ struct DevicePair {
 // How the HAL reports the outcome of a stream switch to the registered switch callback.
 struct SwitchReportPlan {
     enum class When {
-        INSIDE_CALL,  // from inside the HAL call, after its result callback ran
+        INSIDE_CALL,  // from inside the HAL call, after its result callback ran: the report
+                      // reaches the caller before the answer does, as it can on a device
         AFTER_DELAY,  // from another thread after `delay`
         NEVER,
     };
-    When when = When::INSIDE_CALL;
-    std::chrono::milliseconds delay{0};
+    When when = When::AFTER_DELAY;
+    std::chrono::milliseconds delay{100};
     bool wrongSeqNum = false;  // report seqNum + 1 instead of the answered one
     vircam::VirCamOptRet ret = vircam::VirCamOptRet::SUCCESS;
 };

@@ -118,8 +118,8 @@ TEST_F(CallbackHidlConvertTest, ImageRecordsCarryTheHalIds) {
     EXPECT_EQ(9u, seen[1].bufferId);
 }
 
-// An expired caller is never called; the HAL gets 1, or no answer from the result-callback
-// operations; buffers are not touched.
+// An expired caller is never called; the HAL gets 1 everywhere (session id and count 0);
+// buffers are not touched.
 TEST_F(CallbackHidlConvertTest, ExpiredCallerIsRefusedEverywhere) {
     ASSERT_TRUE(hostkit::mapper::Offer({4}));
     BufferRing ring(1);
@@ -128,10 +128,11 @@ TEST_F(CallbackHidlConvertTest, ExpiredCallerIsRefusedEverywhere) {
     mCaller.reset();
     hostkit::logs::Clear();
 
-    bool answered = false;
-    mChannel->openControlSession("dev", "svc", [&](VirOptResult, uint32_t) { answered = true; });
-    mChannel->openDataSession("dev", "svc", [&](VirOptResult, uint32_t) { answered = true; });
-    EXPECT_FALSE(answered);
+    std::vector<std::pair<VirOptResult, uint32_t>> answers;
+    auto record = [&](VirOptResult status, uint32_t id) { answers.emplace_back(status, id); };
+    EXPECT_TRUE(mChannel->openControlSession("dev", "svc", record).isOk());
+    EXPECT_TRUE(mChannel->openDataSession("dev", "svc", record).isOk());
+    EXPECT_EQ(answers, (std::vector<std::pair<VirOptResult, uint32_t>>(2, {VirOptResult::FAILED, 0u})));
     EXPECT_EQ(VirOptResult::FAILED, static_cast<VirOptResult>(mChannel->closeControlSession(1)));
     EXPECT_EQ(VirOptResult::FAILED, static_cast<VirOptResult>(mChannel->closeDataSession(1)));
     EXPECT_EQ(VirOptResult::FAILED,
@@ -140,7 +141,10 @@ TEST_F(CallbackHidlConvertTest, ExpiredCallerIsRefusedEverywhere) {
     EXPECT_EQ(VirOptResult::FAILED, static_cast<VirOptResult>(mChannel->processMetaRequest(1, vircam::VirMetaRequest())));
     android::hardware::hidl_vec<vircam::VirBufferCache> caches(1);
     EXPECT_EQ(VirOptResult::FAILED, static_cast<VirOptResult>(mChannel->unregisterBuffer(1, caches)));
-    EXPECT_FALSE(SendImages(*mChannel, 1, {Image(0, 0, 1)}).answered);
+    ImageReply image = SendImages(*mChannel, 1, {Image(0, 0, 1)});
+    EXPECT_TRUE(image.answered);
+    EXPECT_EQ(VirOptResult::FAILED, image.status);
+    EXPECT_EQ(0u, image.processed);
     HOSTKIT_EXPECT_LOG_COUNT(9, ANDROID_LOG_WARN, HIDL_TAG, "wrapper callback has expired.");
     // Neither the flush nor the config released the cached buffer, nor did the
     // unregister remove it.

@@ -4,7 +4,6 @@
 
 namespace faults {
 
-using ::android::hardware::Status;
 using ::android::hardware::Void;
 namespace vircam = vircamsim::vircam;
 
@@ -19,7 +18,34 @@ namespace vircam = vircamsim::vircam;
 FaultHidlChannel::FaultHidlChannel(std::string instance, ::android::sp<vircamsim::SimHidlChannel> sim)
     : mInstance(std::move(instance)), mSim(std::move(sim)) {}
 
+namespace {
+
+const char* MethodOf(HidlPoint point) {
+    switch (point) {
+        case HidlPoint::REGISTER_CHANNEL_CALLBACK: return "registerVirtualChannelCallback";
+        case HidlPoint::UNREGISTER_CHANNEL_CALLBACK: return "unregisterVirtualChannelCallback";
+        case HidlPoint::REGISTER_SWITCH_CALLBACK: return "registerSwitchCallback";
+        case HidlPoint::NOTIFY_CONTROL_RESULT: return "notifyOpenControlSessionResult";
+        case HidlPoint::NOTIFY_CONFIG_RESULT: return "notifyConfigStreamResult";
+        case HidlPoint::NOTIFY_DATA_RESULT: return "notifyOpenDataSessionResult";
+        case HidlPoint::IMAGE_DONE: return "onVirImageBufferDone";
+        case HidlPoint::NOTIFY: return "notify";
+        case HidlPoint::REGISTER_VIR_CAMERA: return "registerVirCamera";
+        case HidlPoint::UNREGISTER_VIR_CAMERA: return "unRegisterVirCamera";
+        case HidlPoint::SWITCH_ON: return "switchOnVirCamera";
+        case HidlPoint::SWITCH_OFF: return "switchOffVirCamera";
+        case HidlPoint::ID_LIST: return "getVirtualCameraIdList";
+    }
+    return "";
+}
+
+}  // namespace
+
 void FaultHidlChannel::Arm(HidlPoint point, HidlFault fault) {
+    if (fault == HidlFault::FAIL) {
+        (void)hostkit::hidl::FailNextCallOf(descriptor, mInstance, MethodOf(point), ::android::FAILED_TRANSACTION);
+        return;
+    }
     std::lock_guard<std::mutex> lock(mLock);
     mArmed[point] = fault;
 }
@@ -38,14 +64,6 @@ bool FaultHidlChannel::Restore() {
 
 bool FaultHidlChannel::Alive() const { return hostkit::hidl::IsRegistered(descriptor, mInstance); }
 
-bool FaultHidlChannel::Fails(HidlPoint point) {
-    std::lock_guard<std::mutex> lock(mLock);
-    auto armed = mArmed.find(point);
-    if (armed == mArmed.end() || armed->second != HidlFault::FAIL) return false;
-    mArmed.erase(armed);
-    return true;
-}
-
 void FaultHidlChannel::Passed(HidlPoint point) {
     {
         std::lock_guard<std::mutex> lock(mLock);
@@ -58,7 +76,6 @@ void FaultHidlChannel::Passed(HidlPoint point) {
 
 template <typename T>
 FaultHidlChannel::Return<T> FaultHidlChannel::Forward(HidlPoint point, const std::function<Return<T>()>& call) {
-    if (Fails(point)) return Status::fromStatusT(::android::FAILED_TRANSACTION);
     Return<T> answer = call();
     Passed(point);
     return answer;

@@ -32,8 +32,10 @@ enum class HidlFault {
 };
 
 // A HAL channel that breaks at a chosen method: registered under the real instance name,
-// it passes every call to a simulated channel (registered as "fault.<instance>") unless a
-// fault is armed for that method. Faults fire once.
+// it passes every call to a simulated channel (registered as "fault.<instance>"). A FAIL
+// fault is injected into the kit's transport, since a HAL that returns a failed status
+// itself is ended by its stub; DIE_AFTER kills both registrations after the answer.
+// Faults fire once.
 class FaultHidlChannel : public vircamsim::vircam::IVirCameraChannel {
   public:
     static ::android::sp<FaultHidlChannel> Start(const std::string& instance);
@@ -72,8 +74,6 @@ class FaultHidlChannel : public vircamsim::vircam::IVirCameraChannel {
 
   private:
     FaultHidlChannel(std::string instance, ::android::sp<vircamsim::SimHidlChannel> sim);
-    // Whether `point` must fail now; a DIE_AFTER fault is left for Passed().
-    bool Fails(HidlPoint point);
     // The call went through: dies if that was armed.
     void Passed(HidlPoint point);
     template <typename T>
@@ -82,7 +82,7 @@ class FaultHidlChannel : public vircamsim::vircam::IVirCameraChannel {
     const std::string mInstance;
     const ::android::sp<vircamsim::SimHidlChannel> mSim;
     mutable std::mutex mLock;
-    std::map<HidlPoint, HidlFault> mArmed;
+    std::map<HidlPoint, HidlFault> mArmed;  // DIE_AFTER faults only
 };
 
 }  // namespace faults

@@ -99,16 +99,21 @@ TEST_F(HidlE2eRegistration, ExpiredCallerIsRefusedAndLogged) {
     HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_WARN, SERVICE_TAG, "audio remote wrapper callback is null.");
     EXPECT_TRUE(mRegisterChannel->ChannelRegistrations().empty());
 
-    // A caller that goes away after registering: the HAL's calls fail and are logged.
+    // A caller that goes away after registering: the HAL's calls fail and are logged. Requests
+    // with a result callback are answered too: the HIDL stub the HAL calls through ends the
+    // process when a method returns without answering.
     auto caller = std::make_shared<E2eCaller>(wrapper, id);
     ASSERT_EQ(0, wrapper->RegisterCallback(DEVICE, SERVICE, Mode::MODE_REGISTER, caller));
     caller.reset();
     hostkit::logs::Clear();
     SimHidlFramework framework(mRegisterChannel, 2);
-    EXPECT_FALSE(framework.OpenControlSession(DEVICE, SERVICE).has_value());
+    const auto failed = std::make_pair(SimHidlFramework::OptResult::FAILED, 0u);
+    EXPECT_EQ(failed, framework.OpenControlSessionAnswer(DEVICE, SERVICE));
     EXPECT_EQ(std::optional<SimHidlFramework::OptResult>(SimHidlFramework::OptResult::FAILED),
               framework.ConfigureStreams(1, {{3, 64, 48, 17}}));
-    HOSTKIT_EXPECT_LOG_COUNT(2u, ANDROID_LOG_WARN, CALLBACK_TAG, "wrapper callback has expired.");
+    EXPECT_EQ(failed, framework.OpenDataSessionAnswer(DEVICE, SERVICE));
+    EXPECT_EQ(failed, framework.SendImageRequest(1, 1));
+    HOSTKIT_EXPECT_LOG_COUNT(4u, ANDROID_LOG_WARN, CALLBACK_TAG, "wrapper callback has expired.");
     EXPECT_EQ(0, wrapper->UnRegisterCallback(DEVICE, SERVICE));
 }
 

@@ -1,11 +1,14 @@
 #pragma once
 
 #include <atomic>
+#include <mutex>
 
 #include <vendor/zuvek/hardware/camera/vircamera/1.0/IVirCameraChannel.h>
 
-// IVirCameraChannel that counts the calls reaching it; switchOnVirCamera
-// answers (OK, 7) through its callback.
+// IVirCameraChannel that counts the calls reaching it and keeps the callbacks
+// it is given. switchOnVirCamera answers (OK, 7) through its callback, as many
+// times as mSwitchAnswers says; with mFailReturns notify, registerVirCamera and
+// switchOnVirCamera (after answering) return a failed status.
 class FakeChannel : public vendor::zuvek::hardware::camera::vircamera::V1_0::IVirCameraChannel {
   public:
     using hidl_string = ::android::hardware::hidl_string;
@@ -37,6 +40,21 @@ class FakeChannel : public vendor::zuvek::hardware::camera::vircamera::V1_0::IVi
                                     switchOffVirCamera_cb _hidl_cb) override;
     Return<void> getVirtualCameraIdList(getVirtualCameraIdList_cb _hidl_cb) override;
 
+    ::android::sp<V1_0Callback> ChannelCallback();
+    ::android::sp<V1_0Switch> SwitchCallback();
+    ::android::sp<V1_0Switch> UnregisteredSwitchCallback();
+    // Where the id list the last getVirtualCameraIdList answered with lived.
+    const void* IdListData();
+
     std::atomic<int> mCalls{0};
     std::atomic<int> mLastKey{0};
+    std::atomic<int> mSwitchAnswers{1};
+    std::atomic<bool> mFailReturns{false};
+
+  private:
+    std::mutex mLock;
+    ::android::sp<V1_0Callback> mChannelCallback;
+    ::android::sp<V1_0Switch> mSwitchCallback;
+    ::android::sp<V1_0Switch> mUnregisteredSwitchCallback;
+    const void* mIdListData = nullptr;
 };

@@ -187,6 +187,19 @@ TEST_F(KitHidlService, InjectedFailuresAndNullCallbacksAreTransportErrors) {
     Return<void> nullCallback = proxy->getVirtualCameraIdList(nullptr);
     EXPECT_FALSE(nullCallback.isOk());
     EXPECT_EQ(mChannel->mCalls, 1);
+
+    // A failure aimed at one method leaves the others alone and fires once.
+    ASSERT_TRUE(hostkit::hidl::FailNextCallOf(IVirCameraChannel::descriptor, kInstance, "switchOnVirCamera",
+                                              ::android::DEAD_OBJECT));
+    EXPECT_TRUE(proxy->notify(3, "z").isOk());
+    bool answered = false;
+    auto onSwitch = [&](Status, uint32_t) { answered = true; };
+    EXPECT_TRUE(proxy->switchOnVirCamera("dev", "svc", onSwitch).isDeadObject());
+    EXPECT_FALSE(answered);
+    EXPECT_EQ(mChannel->mCalls, 2);
+    EXPECT_TRUE(proxy->switchOnVirCamera("dev", "svc", onSwitch).isOk());
+    EXPECT_TRUE(answered);
+    EXPECT_FALSE(hostkit::hidl::FailNextCallOf(IVirCameraChannel::descriptor, "other", "notify", ::android::DEAD_OBJECT));
 }
 
 TEST_F(KitHidlService, LocalObjectsLinkButNeverDie) {

@@ -34,6 +34,12 @@ bool Restore(const std::string& descriptor, const std::string& instance);
 bool FailNextCalls(const std::string& descriptor, const std::string& instance, int count,
                    ::android::status_t status);
 
+// The next call of `method` (its name in the .hal, e.g. "switchOnVirCamera") through a
+// proxy of the service fails in transport with status; other methods pass. Failures queue
+// up per method and go with the registration (Kill). False if it is not registered.
+bool FailNextCallOf(const std::string& descriptor, const std::string& instance, const std::string& method,
+                    ::android::status_t status);
+
 // Longest time getService() waits for a registration (default 1 s).
 void SetGetServiceWait(std::chrono::milliseconds wait);
 

@@ -2,6 +2,9 @@
 
 #include <hidlkit/HidlGlue.h>
 
+#include <string>
+
+#include <hidl/HidlInternal.h>
 #include <log/log.h>
 
 #include "ServiceRegistry.h"
@@ -28,6 +31,16 @@ void logBadCast(const char* descriptor, const std::string& instance) {
 ::android::hardware::Status nullCallbackStatus() {
     return ::android::hardware::Status::fromExceptionCode(::android::hardware::Status::EX_ILLEGAL_ARGUMENT,
                                                           "Null synchronous callback passed.");
+}
+
+void callbackCalledTwice(const char* method) {
+    ::android::hardware::details::logAlwaysFatal(
+            (std::string(method) + ": _hidl_cb called a second time, but must be called once.").c_str());
+}
+
+void callbackNotCalled(const char* method) {
+    ::android::hardware::details::logAlwaysFatal(
+            (std::string(method) + ": _hidl_cb not called, but must be called once.").c_str());
 }
 
 }  // namespace detail

@@ -28,6 +28,14 @@ bool FailNextCalls(const std::string& descriptor, const std::string& instance, i
     return true;
 }
 
+bool FailNextCallOf(const std::string& descriptor, const std::string& instance, const std::string& method,
+                    ::android::status_t status) {
+    auto remote = ServiceRegistry::get().remoteOf(descriptor, instance);
+    if (remote == nullptr) return false;
+    remote->failNextCallOf(method, status);
+    return true;
+}
+
 void SetGetServiceWait(std::chrono::milliseconds wait) { ServiceRegistry::get().setWait(wait); }
 
 void Reset() { ServiceRegistry::get().reset(); }

@@ -14,12 +14,19 @@ using ::android::hidl::base::V1_0::IBase;
 
 RemoteService::RemoteService(std::string name) : mName(std::move(name)) {}
 
-::android::status_t RemoteService::beginCall() {
+::android::status_t RemoteService::beginCall(const char* method) {
     std::lock_guard<std::mutex> lock(mLock);
     if (mDead) return ::android::DEAD_OBJECT;
     if (mFailLeft > 0) {
         --mFailLeft;
         return mFailStatus;
+    }
+    auto failures = mMethodFailures.find(method);
+    if (failures != mMethodFailures.end()) {
+        const ::android::status_t status = failures->second.front();
+        failures->second.pop_front();
+        if (failures->second.empty()) mMethodFailures.erase(failures);
+        return status;
     }
     return ::android::OK;
 }
@@ -65,6 +72,11 @@ void RemoteService::failNextCalls(int count, ::android::status_t status) {
     std::lock_guard<std::mutex> lock(mLock);
     mFailLeft = count > 0 ? count : 0;
     mFailStatus = status;
+}
+
+void RemoteService::failNextCallOf(const std::string& method, ::android::status_t status) {
+    std::lock_guard<std::mutex> lock(mLock);
+    mMethodFailures[method].push_back(status);
 }
 
 std::vector<RemoteService::Death> RemoteService::kill() {

@@ -3,8 +3,12 @@
 // Helpers for the glue generated per HIDL package: service lookup, casting
 // and the proxy base. Kit-private: only generated sources include this.
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <tuple>
+#include <type_traits>
 #include <utility>
 
 #include <android/hidl/base/1.0/IBase.h>
@@ -50,32 +54,48 @@ sp<I> getService(const std::string& instance, bool getStub, bool wait) {
     return new Proxy(typed, std::move(found.remote));
 }
 
-// What the callee of a remote call sees: handles arrive as fresh clones that
-// close when the call returns, like fds received over binder.
+// Builds the generated proxy of one interface around a local object.
+using ProxyMaker = sp<IBase> (*)(const sp<IBase>& local);
+// Called once per interface by the generated glue while it loads.
+bool registerProxyMaker(const char* descriptor, ProxyMaker maker);
+// The proxy the receiver of `local` (typed as `descriptor`) gets: the same one
+// while it lives, like binder's one proxy per object per process.
+sp<IBase> proxyOfLocal(const char* descriptor, const sp<IBase>& local);
+// Called by every proxy as it goes away.
+void forgetProxy(const IBase* proxy);
+
+// What the other side of a call receives: a copy as read from a parcel, so
+// handles arrive as fresh clones that close with the copy.
 template <typename T>
-const T& transported(const T& value) {
+T transported(const T& value) {
     return value;
 }
-inline ::android::hardware::hidl_handle transported(const ::android::hardware::hidl_handle& handle) {
-    return ::android::hardware::hidl_handle(handle);
-}
-
-// Wraps a result callback so its handle arguments are transported too.
-template <typename Callback>
-auto transportedCallback(const Callback& callback) {
-    return [&callback](const auto&... args) { callback(transported(args)...); };
+// Local objects arrive as the proxy of their interface; proxies as they are.
+template <typename I, typename = std::enable_if_t<std::is_base_of<IBase, I>::value>>
+sp<I> transported(const sp<I>& object) {
+    if (object == nullptr || object->isRemote()) return object;
+    sp<IBase> proxy = proxyOfLocal(I::descriptor, object);
+    return sp<I>(static_cast<I*>(proxy.get()));
 }
 
 ::android::hardware::Status nullCallbackStatus();
+// The generated stubs' fatal checks of a result callback.
+[[noreturn]] void callbackCalledTwice(const char* method);
+[[noreturn]] void callbackNotCalled(const char* method);
 
 // Base of every generated proxy: forwards to the service object while the
-// service is alive and fails in transport afterwards.
+// service is alive and fails in transport afterwards. The implementation is
+// served under the rules of hidl-gen's stubs (BnHw*): a failed Return from it
+// ends the process, and a result callback must be called exactly once.
 template <typename I>
 class HidlProxy : public I {
   public:
     HidlProxy(sp<I> impl, std::shared_ptr<RemoteService> remote)
         : mImpl(std::move(impl)), mRemote(std::move(remote)) {}
-    ~HidlProxy() override { mRemote->dropLinks(this); }
+    ~HidlProxy() override {
+        forgetProxy(this);
+        mRemote->dropLinks(this);
+    }
 
     bool isRemote() const override { return true; }
     ::android::hardware::Return<bool> linkToDeath(
@@ -87,15 +107,82 @@ class HidlProxy : public I {
         return recipient != nullptr && mRemote->unlink(recipient, this);
     }
     ::android::hardware::Return<void> ping() override {
-        const ::android::status_t transport = mRemote->beginCall();
-        if (transport != ::android::OK) return ::android::hardware::Status::fromStatusT(transport);
-        return mImpl->ping();
+        return callVoid("ping", [&] { return mImpl->ping(); });
     }
 
   protected:
+    // A method without results: the stub checks the Return (assertOk).
+    template <typename Call>
+    ::android::hardware::Return<void> callVoid(const char* method, Call&& call) {
+        const ::android::status_t transport = mRemote->beginCall(method);
+        if (transport != ::android::OK) return ::android::hardware::Status::fromStatusT(transport);
+        serve<bool>([&] {
+            ::android::hardware::Return<void> ret = call();
+            ret.assertOk();
+            return true;
+        });
+        return ::android::hardware::Void();
+    }
+
+    // A method with one result returned directly: the stub reads the value,
+    // which aborts on a failed Return.
+    template <typename T, typename Call>
+    ::android::hardware::Return<T> callValue(const char* method, Call&& call) {
+        const ::android::status_t transport = mRemote->beginCall(method);
+        if (transport != ::android::OK) return ::android::hardware::Status::fromStatusT(transport);
+        return serve<T>([&] {
+            ::android::hardware::Return<T> ret = call();
+            return transported(static_cast<T>(ret));
+        });
+    }
+
+    // A method with a result callback. `call` runs the implementation with the
+    // stub's callback; the client's callback then gets copies of the results,
+    // which live until it returns.
+    template <typename... A, typename Call>
+    ::android::hardware::Return<void> callWithResults(const char* method,
+                                                      const std::function<void(A...)>& clientCallback,
+                                                      Call&& call) {
+        if (!clientCallback) return nullCallbackStatus();
+        const ::android::status_t transport = mRemote->beginCall(method);
+        if (transport != ::android::OK) return ::android::hardware::Status::fromStatusT(transport);
+        using Results = std::tuple<std::decay_t<A>...>;
+        std::optional<Results> results = serve<std::optional<Results>>([&] {
+            std::optional<Results> reply;
+            const std::function<void(A...)> stubCallback = [&reply, method](A... values) {
+                if (reply.has_value()) callbackCalledTwice(method);
+                reply.emplace(transported(values)...);
+            };
+            ::android::hardware::Return<void> ret = call(stubCallback);
+            ret.assertOk();
+            if (!reply.has_value()) callbackNotCalled(method);
+            return reply;
+        });
+        std::apply(clientCallback, *results);
+        return ::android::hardware::Void();
+    }
+
     const sp<I> mImpl;
     const std::shared_ptr<RemoteService> mRemote;
+
+  private:
+    // The one place where a call reaches the implementation. `implementation`
+    // consumes the implementation's Return and gives back plain values, so the
+    // reply can move to the caller from wherever the call was served. Today
+    // that is the calling thread.
+    template <typename Reply, typename Implementation>
+    Reply serve(Implementation&& implementation) {
+        return std::forward<Implementation>(implementation)();
+    }
 };
+
+// The maker the generated glue registers for proxy class Proxy of I.
+template <typename I, typename Proxy>
+sp<IBase> makeLocalProxy(const sp<IBase>& local) {
+    // A local object's process never dies on the host: its link is its own.
+    return new Proxy(sp<I>(static_cast<I*>(local.get())),
+                     std::make_shared<RemoteService>(std::string(I::descriptor) + "/local"));
+}
 
 }  // namespace detail
 }  // namespace hidl

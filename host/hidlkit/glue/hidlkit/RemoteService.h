@@ -2,6 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -30,8 +33,9 @@ class RemoteService {
     explicit RemoteService(std::string name);
 
     const std::string& name() const { return mName; }
-    // OK, DEAD_OBJECT once killed, or the status of an injected failure.
-    ::android::status_t beginCall();
+    // OK, DEAD_OBJECT once killed, or the status of an injected failure, for
+    // a call of `method` (its name in the .hal).
+    ::android::status_t beginCall(const char* method);
     // False if the service is already dead.
     bool link(const ::android::sp<::android::hardware::hidl_death_recipient>& recipient, uint64_t cookie,
               ::android::hidl::base::V1_0::IBase* proxy);
@@ -43,6 +47,8 @@ class RemoteService {
     // Forgets the links of a proxy that goes away.
     void dropLinks(const ::android::hidl::base::V1_0::IBase* proxy);
     void failNextCalls(int count, ::android::status_t status);
+    // Queues a failure for the next call of one method.
+    void failNextCallOf(const std::string& method, ::android::status_t status);
     // Marks the service dead; returns the notifications to deliver.
     std::vector<Death> kill();
     // True exactly once per link still present: the caller then delivers it.
@@ -60,6 +66,7 @@ class RemoteService {
     bool mDead = false;
     int mFailLeft = 0;
     ::android::status_t mFailStatus = ::android::OK;
+    std::map<std::string, std::deque<::android::status_t>, std::less<>> mMethodFailures;
     uint64_t mNextId = 1;
     std::vector<Link> mLinks;
 };
