@@ -14,6 +14,9 @@ void FailNextTransactions(const std::string& name, int n, binder_status_t status
 void SetWaitForServiceCap(int64_t ms) {
     ServiceRegistry::instance().setWaitCap(std::chrono::milliseconds(ms < 0 ? 0 : ms));
 }
+void UseFrameworkServiceManager(bool framework) {
+    ServiceRegistry::instance().setFrameworkServiceManager(framework);
+}
 void Reset() { ServiceRegistry::instance().reset(); }
 uint64_t TransactionCount(const std::string& name) {
     return ServiceRegistry::instance().transactionCount(name);

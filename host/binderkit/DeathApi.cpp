@@ -1,4 +1,5 @@
-// Death recipients and links. Only proxies can die: links on local objects are refused.
+// Death recipients and links. Only proxies can die: links on local objects are refused, and
+// unlinking from one finds nothing.
 #include <new>
 
 #include <android/binder_ibinder.h>
@@ -48,7 +49,8 @@ binder_status_t AIBinder_linkToDeath(AIBinder* binder, AIBinder_DeathRecipient* 
 binder_status_t AIBinder_unlinkToDeath(AIBinder* binder, AIBinder_DeathRecipient* recipient,
                                        void* cookie) {
     if (binder == nullptr || recipient == nullptr) return STATUS_UNEXPECTED_NULL;
-    if (!binder->isRemote()) return STATUS_INVALID_OPERATION;
+    // Local binders never hold links (linking is refused), so there is nothing to find.
+    if (!binder->isRemote()) return STATUS_NAME_NOT_FOUND;
     std::shared_ptr<DeathLink> link = binder->mNode->removeLink(recipient->mState.get(), cookie);
     if (link == nullptr || !link->claim()) return STATUS_NAME_NOT_FOUND;
     link->deliverUnlinked();

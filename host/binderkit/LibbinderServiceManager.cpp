@@ -34,8 +34,10 @@ sp<IBinder> wrap(ndk::SpAIBinder binder) {
 
 class HostServiceManager : public IServiceManager {
   public:
+    // A vendor process reaches vndservicemanager, which has no VINTF manifest to list.
     Vector<String16> getDeclaredInstances(const String16& interface) override {
         Vector<String16> out;
+        if (!ServiceRegistry::instance().frameworkServiceManager()) return out;
         for (const std::string& name : ServiceRegistry::instance().declaredInstances(toStd(interface))) {
             out.add(String16(name.c_str()));
         }

@@ -1,6 +1,13 @@
+#define LOG_TAG "libaidlcommonsupport"
+
 #include <aidlcommonsupport/NativeHandle.h>
 
 #include <fcntl.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include <android/log.h>
 
 namespace android {
 
@@ -21,9 +28,18 @@ native_handle_t* fromAidl(const NativeHandle& handle, bool duplicate) {
     return out;
 }
 
+// The platform reads the handle without a check, so a null one crashes there: end the process
+// here too, with the reason on stderr for death tests and crash reports.
+void abortOnNull(const native_handle_t* handle, const char* function) {
+    if (handle != nullptr) return;
+    __android_log_print(ANDROID_LOG_FATAL, LOG_TAG, "%s: null native_handle_t", function);
+    fprintf(stderr, "%s: null native_handle_t\n", function);
+    fflush(stderr);
+    abort();
+}
+
 NativeHandle toAidl(const native_handle_t* handle, bool duplicate) {
     NativeHandle out;
-    if (handle == nullptr) return out;
     for (int i = 0; i < handle->numFds; i++) {
         const int fd = handle->data[i];
         out.fds.emplace_back(duplicate ? fcntl(fd, F_DUPFD_CLOEXEC, 0) : fd);
@@ -40,7 +56,13 @@ bool isAidlNativeHandleEmpty(const NativeHandle& handle) {
 
 native_handle_t* makeFromAidl(const NativeHandle& handle) { return fromAidl(handle, false); }
 native_handle_t* dupFromAidl(const NativeHandle& handle) { return fromAidl(handle, true); }
-NativeHandle makeToAidl(const native_handle_t* handle) { return toAidl(handle, false); }
-NativeHandle dupToAidl(const native_handle_t* handle) { return toAidl(handle, true); }
+NativeHandle makeToAidl(const native_handle_t* handle) {
+    abortOnNull(handle, "makeToAidl");
+    return toAidl(handle, false);
+}
+NativeHandle dupToAidl(const native_handle_t* handle) {
+    abortOnNull(handle, "dupToAidl");
+    return toAidl(handle, true);
+}
 
 }  // namespace android

@@ -175,6 +175,16 @@ void ServiceRegistry::setWaitCap(std::chrono::milliseconds cap) {
     mWaitCap = cap;
 }
 
+void ServiceRegistry::setFrameworkServiceManager(bool framework) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mFrameworkServiceManager = framework;
+}
+
+bool ServiceRegistry::frameworkServiceManager() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mFrameworkServiceManager;
+}
+
 uint64_t ServiceRegistry::transactionCount(const std::string& name) {
     std::lock_guard<std::mutex> lock(mMutex);
     auto it = mTransactions.find(name);
@@ -228,6 +238,7 @@ void ServiceRegistry::reset() {
         mTransactions.clear();
         mDeathNotifications = 0;
         mWaitCap = kDefaultWaitCap;
+        mFrameworkServiceManager = false;
     }
     for (std::thread& t : threads) {
         if (t.get_id() != std::this_thread::get_id()) t.join();

@@ -42,6 +42,10 @@ class ServiceRegistry {
     bool restore(const std::string& name);
     void failNext(const std::string& name, int count, binder_status_t status);
     void setWaitCap(std::chrono::milliseconds cap);
+    // Whether libbinder's defaultServiceManager() is the framework's (true) or, as for a
+    // vendor process, vndservicemanager (false, the default).
+    void setFrameworkServiceManager(bool framework);
+    bool frameworkServiceManager();
     uint64_t transactionCount(const std::string& name);
     uint64_t deathNotificationCount();
     size_t deathLinkCount(const std::string& name);
@@ -67,6 +71,7 @@ class ServiceRegistry {
     std::map<std::string, uint64_t> mTransactions;
     uint64_t mDeathNotifications = 0;
     std::chrono::milliseconds mWaitCap;
+    bool mFrameworkServiceManager = false;
     std::vector<std::thread> mDeathThreads;
 };
 

@@ -90,14 +90,21 @@ AStatus* newStatus(binder_exception_t exception, int32_t code, const char* messa
     // nothrow: allocation failure must not throw across the C boundary
     return new (std::nothrow) AStatus(exception, code, message != nullptr ? message : "");
 }
+
+// libbinder gives an EX_TRANSACTION_FAILED made from an exception code (unknown codes
+// included) the status FAILED_TRANSACTION.
+AStatus* fromException(binder_exception_t exception, const char* message) {
+    const binder_exception_t pruned = pruneException(exception);
+    return newStatus(pruned, pruned == EX_TRANSACTION_FAILED ? STATUS_FAILED_TRANSACTION : 0, message);
+}
 }  // namespace
 
 AStatus* AStatus_newOk() { return newStatus(EX_NONE, 0, nullptr); }
 AStatus* AStatus_fromExceptionCode(binder_exception_t exception) {
-    return newStatus(exception, 0, nullptr);
+    return fromException(exception, nullptr);
 }
 AStatus* AStatus_fromExceptionCodeWithMessage(binder_exception_t exception, const char* message) {
-    return newStatus(exception, 0, message);
+    return fromException(exception, message);
 }
 AStatus* AStatus_fromServiceSpecificError(int32_t serviceSpecific) {
     return newStatus(EX_SERVICE_SPECIFIC, serviceSpecific, nullptr);

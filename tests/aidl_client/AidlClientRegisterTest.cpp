@@ -33,6 +33,23 @@ TEST_F(AidlClientTest, InitPassesEvenWithoutAnyChannel) {
     HOSTKIT_EXPECT_LOG_LINE(ERROR, CLIENT_TAG, "GetVirtualCameraIdList: Can not find IVirCameraChannel service!");
 }
 
+TEST_F(AidlClientTest, InitLogsTheCameraProvidersLibbinderLists) {
+    const std::string provider = "android.hardware.camera.provider.ICameraProvider";
+    const std::string listed = "Init: AidlVirtualCameraClient : " + provider + "/virtual/0   ,virtual/0";
+    hostkit::binder::Declare(provider + "/virtual/0");
+    // A vendor process's libbinder reaches vndservicemanager, which lists nothing.
+    ForgetClientState();
+    EXPECT_TRUE(Client().Init());
+    HOSTKIT_EXPECT_LOG_COUNT(0u, INFO, CLIENT_TAG, listed);
+    HOSTKIT_EXPECT_LOG_LINE(INFO, CLIENT_TAG, "Init: check for aidl client start");
+
+    hostkit::binder::UseFrameworkServiceManager(true);
+    ForgetClientState();
+    hostkit::logs::Clear();
+    EXPECT_TRUE(Client().Init());
+    HOSTKIT_EXPECT_LOG_LINE(INFO, CLIENT_TAG, listed);
+}
+
 TEST_F(AidlClientTest, RegisterSendsItsJsonAndPassesTheHalStatus) {
     EXPECT_EQ(0, Client().RegisterVirCamera("dev", "svc", {"cap1", "cap2"}));
     mRegisterChannel->SetRegisterStatus(3);

@@ -143,6 +143,9 @@ TEST_F(KitBinderDeath, LinkOnLocalBinderOrNullIsRefused) {
     EXPECT_FALSE(AIBinder_isRemote(local.get()));
     EXPECT_EQ(STATUS_INVALID_OPERATION, AIBinder_linkToDeath(local.get(), mRecipient.get(), &cookie));
     EXPECT_EQ(1, cookie.unlinked);  // already ran when the call returned
+    // Nothing is linked to a local binder, so there is nothing to unlink.
+    EXPECT_EQ(STATUS_NAME_NOT_FOUND, AIBinder_unlinkToDeath(local.get(), mRecipient.get(), &cookie));
+    EXPECT_EQ(1, cookie.unlinked);
     EXPECT_EQ(STATUS_UNEXPECTED_NULL, AIBinder_linkToDeath(nullptr, mRecipient.get(), &cookie));
     EXPECT_EQ(STATUS_UNEXPECTED_NULL, AIBinder_linkToDeath(mBinder.get(), nullptr, &cookie));
     EXPECT_EQ(nullptr, AIBinder_DeathRecipient_new(nullptr));

@@ -77,6 +77,13 @@ TEST_F(KitBinderNativeHandle, MakeToAidlTakesOwnershipDupToAidlCopies) {
     }
 }
 
+// The platform reads the handle unchecked; the kit ends the process instead of answering an
+// empty NativeHandle. (Death-test style: see CMakeLists.txt.)
+TEST(KitBinderNativeHandleDeath, NullHandleToAidlEndsTheProcess) {
+    EXPECT_DEATH((void)android::makeToAidl(nullptr), "makeToAidl: null native_handle_t");
+    EXPECT_DEATH((void)android::dupToAidl(nullptr), "dupToAidl: null native_handle_t");
+}
+
 TEST_F(KitBinderNativeHandle, ParcelRoundTripKeepsContentAndOwnsNewFds) {
     NativeHandle sent = makeAidl();
     ndk::ScopedAParcel parcel(AParcel_create());

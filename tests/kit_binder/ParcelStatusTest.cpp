@@ -23,6 +23,14 @@ TEST(KitBinderStatus, CodesFollowThePlatform) {
     EXPECT_EQ(0, failed.getServiceSpecificError());
     EXPECT_EQ(STATUS_UNKNOWN_ERROR, ndk::ScopedAStatus::fromStatus(12345).getStatus());
     EXPECT_EQ(EX_TRANSACTION_FAILED, ndk::ScopedAStatus::fromExceptionCode(77).getExceptionCode());
+    // A transaction failure made from an exception code carries FAILED_TRANSACTION, as in libbinder.
+    EXPECT_EQ(STATUS_FAILED_TRANSACTION, ndk::ScopedAStatus::fromExceptionCode(77).getStatus());
+    EXPECT_EQ(STATUS_FAILED_TRANSACTION,
+              ndk::ScopedAStatus::fromExceptionCode(EX_TRANSACTION_FAILED).getStatus());
+    auto described = ndk::ScopedAStatus::fromExceptionCodeWithMessage(EX_TRANSACTION_FAILED, "gone");
+    EXPECT_EQ(STATUS_FAILED_TRANSACTION, described.getStatus());
+    EXPECT_STREQ("gone", described.getMessage());
+    EXPECT_EQ(STATUS_OK, ndk::ScopedAStatus::fromExceptionCode(EX_ILLEGAL_STATE).getStatus());
     EXPECT_FALSE(ndk::ScopedAStatus().isOk());
     EXPECT_NE(std::string::npos, ss.getDescription().find("-9"));
 }

@@ -48,6 +48,15 @@ TEST_F(KitBinderServiceManager, DeclaredIsNotRunningAndRunningIsNotDeclared) {
     EXPECT_EQ(EX_ILLEGAL_ARGUMENT, AServiceManager_addService(service->asBinder().get(), nullptr));
 }
 
+std::vector<std::string> libbinderDeclaredInstances() {
+    android::Vector<android::String16> names =
+            android::defaultServiceManager()->getDeclaredInstances(android::String16(kInterface.c_str()));
+    std::vector<std::string> cpp;
+    for (size_t i = 0; i < names.size(); i++) cpp.push_back(android::String8(names[i]).string());
+    std::sort(cpp.begin(), cpp.end());
+    return cpp;
+}
+
 TEST_F(KitBinderServiceManager, DeclaredInstancesListedWithoutPrefix) {
     hostkit::binder::Declare(kRegister);
     hostkit::binder::Declare(kStream);
@@ -57,12 +66,15 @@ TEST_F(KitBinderServiceManager, DeclaredInstancesListedWithoutPrefix) {
     std::sort(ndk.begin(), ndk.end());
     EXPECT_EQ((std::vector<std::string>{"virtualcamera.register", "virtualcamera.streamchange"}), ndk);
 
-    android::Vector<android::String16> names =
-            android::defaultServiceManager()->getDeclaredInstances(android::String16(kInterface.c_str()));
-    std::vector<std::string> cpp;
-    for (size_t i = 0; i < names.size(); i++) cpp.push_back(android::String8(names[i]).string());
-    std::sort(cpp.begin(), cpp.end());
-    EXPECT_EQ(ndk, cpp);
+    // This is a vendor process: libbinder reaches vndservicemanager, which lists nothing.
+    EXPECT_TRUE(libbinderDeclaredInstances().empty());
+    // A framework process's service manager lists what the NDK lists.
+    hostkit::binder::UseFrameworkServiceManager(true);
+    EXPECT_EQ(ndk, libbinderDeclaredInstances());
+    hostkit::binder::Reset();
+    hostkit::binder::Declare(kRegister);
+    EXPECT_TRUE(libbinderDeclaredInstances().empty());  // Reset() makes it a vendor process again
+    hostkit::binder::Declare(kStream);
     EXPECT_TRUE(android::defaultServiceManager()->isDeclared(android::String16(kStream.c_str())));
 }
 

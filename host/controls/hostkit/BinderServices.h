@@ -29,6 +29,12 @@ void FailNextTransactions(const std::string& name, int n, binder_status_t status
 // How long AServiceManager_waitForService waits before it logs and returns null (default 3 s).
 void SetWaitForServiceCap(int64_t ms);
 
+// Which service manager libbinder's defaultServiceManager() reaches. By default this process is
+// a vendor process: vndservicemanager, whose getDeclaredInstances() answers an empty list. With
+// true it acts as a process of the framework, whose service manager lists the declared
+// instances (as AServiceManager_forEachDeclaredInstance always does). Reset() restores false.
+void UseFrameworkServiceManager(bool framework);
+
 // Removes every service, declaration, injected failure and counter, and joins the death
 // notification threads. Services still registered stop silently (no death callbacks).
 void Reset();

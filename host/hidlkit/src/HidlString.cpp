@@ -1,6 +1,8 @@
 #include <hidl/HidlString.h>
 
+#include <algorithm>
 #include <cstring>
+#include <ostream>
 
 #include <hidl/HidlInternal.h>
 
@@ -91,9 +93,19 @@ bool operator==(const hidl_string& a, const hidl_string& b) {
     return a.size() == b.size() && memcmp(a.c_str(), b.c_str(), a.size()) == 0;
 }
 bool operator!=(const hidl_string& a, const hidl_string& b) { return !(a == b); }
-bool operator<(const hidl_string& a, const hidl_string& b) {
-    return std::string(a) < std::string(b);
+namespace {
+int compare(const hidl_string& a, const hidl_string& b) {
+    const size_t common = std::min(a.size(), b.size());
+    const int bytes = common == 0 ? 0 : memcmp(a.c_str(), b.c_str(), common);
+    if (bytes != 0) return bytes;
+    return a.size() < b.size() ? -1 : (a.size() > b.size() ? 1 : 0);
 }
+}  // namespace
+
+bool operator<(const hidl_string& a, const hidl_string& b) { return compare(a, b) < 0; }
+bool operator>(const hidl_string& a, const hidl_string& b) { return compare(a, b) > 0; }
+bool operator<=(const hidl_string& a, const hidl_string& b) { return compare(a, b) <= 0; }
+bool operator>=(const hidl_string& a, const hidl_string& b) { return compare(a, b) >= 0; }
 bool operator==(const hidl_string& a, const char* b) { return b != nullptr && strcmp(a.c_str(), b) == 0; }
 bool operator==(const char* a, const hidl_string& b) { return b == a; }
 bool operator!=(const hidl_string& a, const char* b) { return !(a == b); }
@@ -102,6 +114,8 @@ bool operator==(const hidl_string& a, const std::string& b) { return a == hidl_s
 bool operator==(const std::string& a, const hidl_string& b) { return b == a; }
 bool operator!=(const hidl_string& a, const std::string& b) { return !(a == b); }
 bool operator!=(const std::string& a, const hidl_string& b) { return !(b == a); }
+
+std::ostream& operator<<(std::ostream& os, const hidl_string& str) { return os << str.c_str(); }
 
 std::string toString(const hidl_string& s) { return "\"" + std::string(s) + "\""; }
 

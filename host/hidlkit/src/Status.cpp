@@ -2,6 +2,8 @@
 
 #include <hidl/Status.h>
 
+#include <cstring>
+#include <ostream>
 #include <string>
 
 #include <hidl/HidlInternal.h>
@@ -27,7 +29,7 @@ std::string exceptionToString(int32_t exception) {
     }
 }
 
-// Names as libutils' statusToString() gives them.
+// Names as libutils' statusToString() gives them; an unknown code is its number and strerror text.
 std::string statusToString(status_t status) {
     switch (status) {
         case OK: return "OK";
@@ -49,7 +51,7 @@ std::string statusToString(status_t status) {
         case UNKNOWN_TRANSACTION: return "UNKNOWN_TRANSACTION";
         case FDS_NOT_ALLOWED: return "FDS_NOT_ALLOWED";
         case UNEXPECTED_NULL: return "UNEXPECTED_NULL";
-        default: return std::to_string(status);
+        default: return std::to_string(status) + " (" + strerror(-status) + ")";
     }
 }
 
@@ -94,6 +96,10 @@ std::string Status::description() const {
     if (mException == EX_TRANSACTION_FAILED) text += statusToString(mErrorCode) + ": ";
     return text + mMessage + "'";
 }
+
+std::string toString(const Status& s) { return s.description(); }
+
+std::ostream& operator<<(std::ostream& stream, const Status& s) { return stream << s.description(); }
 
 namespace details {
 

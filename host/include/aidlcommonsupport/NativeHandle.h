@@ -19,10 +19,10 @@ native_handle_t* makeFromAidl(const aidl::android::hardware::common::NativeHandl
 native_handle_t* dupFromAidl(const aidl::android::hardware::common::NativeHandle& handle);
 
 // Moves ownership of handle's fds into the result; the caller must no longer close them
-// (but still native_handle_delete the handle). handle must not be null.
+// (but still native_handle_delete the handle). A null handle ends the process.
 aidl::android::hardware::common::NativeHandle makeToAidl(const native_handle_t* handle);
 
-// A result owning duplicates of handle's fds; handle is unchanged. handle must not be null.
+// A result owning duplicates of handle's fds; handle is unchanged. A null handle ends the process.
 aidl::android::hardware::common::NativeHandle dupToAidl(const native_handle_t* handle);
 
 }  // namespace android

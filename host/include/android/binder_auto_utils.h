@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <string>
+#include <utility>
 
 #include <android/binder_ibinder.h>
 #include <android/binder_parcel.h>
@@ -59,30 +60,30 @@ class SpAIBinder {
 
 namespace impl {
 
-// Move-only owner of a C resource released with Destroy.
+// Move-only owner of a C resource released with Destroy. Exactly the platform's surface: no
+// implicit conversion, no comparisons, no reset() (subclasses add what the platform gives them).
 template <typename T, void (*Destroy)(T), T DEFAULT>
 class ScopedAResource {
   public:
     // Takes ownership of a.
     explicit ScopedAResource(T a = DEFAULT) : mT(a) {}
-    ~ScopedAResource() { reset(); }
+    ~ScopedAResource() { set(DEFAULT); }
     ScopedAResource(const ScopedAResource&) = delete;
     ScopedAResource& operator=(const ScopedAResource&) = delete;
     ScopedAResource(ScopedAResource&& other) noexcept : mT(std::move(other.mT)) {
         other.mT = DEFAULT;
     }
     ScopedAResource& operator=(ScopedAResource&& other) noexcept {
-        set(other.release());
+        set(other.mT);
+        other.mT = DEFAULT;
         return *this;
     }
+    // Destroys the current value, even when it equals a (as the platform does), then keeps a.
     void set(T a) {
-        if (a == mT) return;  // never destroy what we keep
-        T old = mT;
+        if (mT != DEFAULT) Destroy(mT);
         mT = a;
-        if (old != DEFAULT) Destroy(old);
     }
     T get() const { return mT; }
-    operator T() const { return get(); }
     // For init functions that store a new value: only on an empty owner, or the old one leaks.
     T* getR() { return &mT; }
     [[nodiscard]] T release() {
@@ -90,13 +91,6 @@ class ScopedAResource {
         mT = DEFAULT;
         return a;
     }
-    void reset() { set(DEFAULT); }
-    bool operator==(const ScopedAResource& rhs) const { return mT == rhs.mT; }
-    bool operator!=(const ScopedAResource& rhs) const { return mT != rhs.mT; }
-    bool operator<(const ScopedAResource& rhs) const { return mT < rhs.mT; }
-    bool operator<=(const ScopedAResource& rhs) const { return mT <= rhs.mT; }
-    bool operator>(const ScopedAResource& rhs) const { return mT > rhs.mT; }
-    bool operator>=(const ScopedAResource& rhs) const { return mT >= rhs.mT; }
 
   private:
     T mT;

@@ -6,14 +6,16 @@
 #include <cstdlib>
 #include <memory>
 #include <mutex>
+#include <type_traits>
 
 #include <android/binder_auto_utils.h>
 #include <android/binder_ibinder.h>
 
 namespace ndk {
 
-// Objects are created only through make<T>(): operator new is private, so plain new,
-// std::make_unique and stack objects of subclasses do not compile.
+// Objects are created only through make<T>(): operator new is private, so plain new and
+// std::make_unique of subclasses do not compile; std::make_shared is blocked at the end of
+// this file.
 class SharedRefBase {
   public:
     SharedRefBase() {}
@@ -142,3 +144,13 @@ SpAIBinder BnCInterface<INTERFACE>::asBinder() {
 }
 
 }  // namespace ndk
+
+// std::make_shared of a SharedRefBase subclass does not compile, as on the platform: its object
+// would not know its owner, so the first ref() would make a second one and free it twice.
+// The overload below is ambiguous with the standard one for exactly these types; use
+// ndk::SharedRefBase::make<T>(...) instead.
+namespace std {
+template <class T, class... Args,
+          std::enable_if_t<std::is_base_of<::ndk::SharedRefBase, T>::value, int> = 0>
+shared_ptr<T> make_shared(Args&&... args) = delete;
+}  // namespace std

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 
 namespace android {
@@ -43,7 +44,11 @@ struct hidl_string {
 
 bool operator==(const hidl_string& a, const hidl_string& b);
 bool operator!=(const hidl_string& a, const hidl_string& b);
+// Ordering compares the bytes like std::string.
 bool operator<(const hidl_string& a, const hidl_string& b);
+bool operator>(const hidl_string& a, const hidl_string& b);
+bool operator<=(const hidl_string& a, const hidl_string& b);
+bool operator>=(const hidl_string& a, const hidl_string& b);
 bool operator==(const hidl_string& a, const char* b);
 bool operator==(const char* a, const hidl_string& b);
 bool operator!=(const hidl_string& a, const char* b);
@@ -52,6 +57,9 @@ bool operator==(const hidl_string& a, const std::string& b);
 bool operator==(const std::string& a, const hidl_string& b);
 bool operator!=(const hidl_string& a, const std::string& b);
 bool operator!=(const std::string& a, const hidl_string& b);
+
+// Writes c_str().
+std::ostream& operator<<(std::ostream& os, const hidl_string& str);
 
 }  // namespace hardware
 }  // namespace android

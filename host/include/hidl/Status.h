@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 #include <utility>
 
@@ -59,6 +60,10 @@ class Status final {
     int32_t mErrorCode = 0;
     std::string mMessage;
 };
+
+// The description(), for logs and test output.
+std::string toString(const Status& s);
+std::ostream& operator<<(std::ostream& stream, const Status& s);
 
 namespace details {
 
