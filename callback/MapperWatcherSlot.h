@@ -10,13 +10,16 @@
 namespace android {
 
 // A channel callback's current mapper watcher. Buffer threads read it, the mapper's
-// death thread clears it; the next reader then builds and registers a new one.
+// death thread clears it; the next reader then builds and registers a new one. Building
+// one looks the mapper service up and links to its death, so it happens outside the lock;
+// when two readers build one at once, the first to finish installs its watcher and the
+// other unregisters its own and uses the installed one.
 template <class Watcher>
 class MapperWatcherSlot {
 public:
     struct Lookup {
         std::shared_ptr<VirMapperBase> mapper;
-        bool created = false;     // a new watcher was built by this lookup
+        bool created = false;     // this lookup built a watcher and installed it, or failed to register it
         int registerResult = 0;   // its RegServiceLinkDeath() result when created
     };
 
@@ -25,20 +28,27 @@ public:
     template <class Make>
     Lookup Get(Make&& make) EXCLUDES(mMutex) {
         Lookup lookup;
-        sp<Watcher> watcher;
-        {
-            Mutex::Autolock lock(mMutex);
-            if (mWatcher == nullptr) {
-                sp<Watcher> created = make();
+        sp<Watcher> watcher = Current();
+        if (watcher == nullptr) {
+            sp<Watcher> created = make();
+            lookup.registerResult = created->RegServiceLinkDeath();
+            if (lookup.registerResult != 0) {
                 lookup.created = true;
-                lookup.registerResult = created->RegServiceLinkDeath();
-                if (lookup.registerResult != 0) {
-                    created->UnregServiceLinkDeath();
-                    return lookup;
-                }
-                mWatcher = created;
+                created->UnregServiceLinkDeath();
+                return lookup;
             }
-            watcher = mWatcher;
+            {
+                Mutex::Autolock lock(mMutex);
+                if (mWatcher == nullptr) {
+                    mWatcher = created;
+                    lookup.created = true;
+                }
+                watcher = mWatcher;
+            }
+            if (!lookup.created) {
+                lookup.registerResult = 0;
+                created->UnregServiceLinkDeath();
+            }
         }
         lookup.mapper = watcher->GetMapperService();
         return lookup;
@@ -56,13 +66,15 @@ public:
         }
     }
 
-    bool Empty() const EXCLUDES(mMutex) {
-        Mutex::Autolock lock(mMutex);
-        return mWatcher == nullptr;
-    }
+    bool Empty() const EXCLUDES(mMutex) { return Current() == nullptr; }
 
 private:
-    mutable Mutex mMutex;  // guards the current watcher
+    sp<Watcher> Current() const EXCLUDES(mMutex) {
+        Mutex::Autolock lock(mMutex);
+        return mWatcher;
+    }
+
+    mutable Mutex mMutex;  // guards the current watcher; nothing is called under it
     sp<Watcher> mWatcher GUARDED_BY(mMutex);
 };
 

@@ -15,15 +15,18 @@ constexpr useconds_t RELEASE_RETRY_SLEEP_US = 5000;
 
 CacheResult StreamBufferCache::Import(StreamBufferID key, const native_handle_t* raw,
                                       const std::function<void()>& beforeImport) {
-    Mutex::Autolock lock(mMutex);
     if (raw == nullptr) {
         // Requests for buffers the library already holds come without a handle.
+        Mutex::Autolock lock(mMutex);
         return {mStreamBuffers.empty() ? CacheStatus::EMPTY : CacheStatus::OK};
     }
+    // Before the lock: the first use builds the mapper watcher, which looks the mapper
+    // service up and links to its death.
     std::shared_ptr<VirMapperBase> mapper = mOwner.GetMapper();
     if (mapper == nullptr) {
         return {CacheStatus::NO_MAPPER};
     }
+    Mutex::Autolock lock(mMutex);
     beforeImport();
     if (auto old = mStreamBuffers.find(key); old != mStreamBuffers.end()) {
         const native_handle* handle = old->second->handle;
@@ -85,14 +88,17 @@ CacheResult StreamBufferCache::Unlock(StreamBufferID key, int& releaseFence) {
 }
 
 CacheResult StreamBufferCache::Remove(StreamBufferID key) {
-    Mutex::Autolock lock(mMutex);
-    auto entry = mStreamBuffers.find(key);
-    if (entry == mStreamBuffers.end()) {
+    if (!Contains(key)) {
         return {CacheStatus::NO_ENTRY};
     }
     std::shared_ptr<VirMapperBase> mapper = mOwner.GetMapper();
     if (mapper == nullptr) {
         return {CacheStatus::NO_MAPPER};
+    }
+    Mutex::Autolock lock(mMutex);
+    auto entry = mStreamBuffers.find(key);
+    if (entry == mStreamBuffers.end()) {
+        return {CacheStatus::NO_ENTRY};
     }
     const native_handle* handle = entry->second->handle;
     mapper->FreeBuffer(handle);
@@ -101,7 +107,24 @@ CacheResult StreamBufferCache::Remove(StreamBufferID key) {
 }
 
 bool StreamBufferCache::ReleaseOnce() {
-    Mutex::Autolock lock(mMutex);
+    // The mapper is fetched before the walk takes the lock, and only when there is
+    // something to free.
+    std::shared_ptr<VirMapperBase> mapper;
+    bool fetched = false;
+    while (true) {
+        if (!fetched && Size() != 0) {
+            mapper = mOwner.GetMapper();
+            fetched = true;
+        }
+        Mutex::Autolock lock(mMutex);
+        if (fetched || mStreamBuffers.empty()) {
+            return Walk(mapper);
+        }
+        // An image request filled the cache meanwhile: fetch the mapper after all.
+    }
+}
+
+bool StreamBufferCache::Walk(const std::shared_ptr<VirMapperBase>& mapper) {
     bool released = true;
     auto entry = mStreamBuffers.begin();
     while (entry != mStreamBuffers.end()) {
@@ -112,7 +135,7 @@ bool StreamBufferCache::ReleaseOnce() {
             std::this_thread::yield();
             continue;
         }
-        if (std::shared_ptr<VirMapperBase> mapper = mOwner.GetMapper()) {
+        if (mapper != nullptr) {
             const native_handle* handle = entry->second->handle;
             mapper->FreeBuffer(handle);
         }
@@ -128,6 +151,11 @@ void StreamBufferCache::ReleaseAll() {
     }
     ReleaseOnce();
     mInRelease.store(false);
+}
+
+bool StreamBufferCache::Contains(StreamBufferID key) const {
+    Mutex::Autolock lock(mMutex);
+    return mStreamBuffers.count(key) != 0;
 }
 
 size_t StreamBufferCache::Size() const {

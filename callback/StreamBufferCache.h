@@ -38,9 +38,11 @@ struct CacheResult {
 
 // The imported stream buffers of one channel callback, keyed by (stream id, buffer id).
 // One lock guards the map and every entry; it is never held while the caller of the
-// library runs. Mapper lock calls happen outside it so a slow CPU mapping does not
-// stall image requests. Release walks never step past a locked buffer: a caller must
-// unlock what it locked before a release can finish.
+// library runs, nor while the mapper is fetched (that may look the mapper service up).
+// The mapper's import, free and unlock run under it (the mapper runs in the process);
+// its lock calls happen outside it so a slow CPU mapping does not stall image requests.
+// Release walks never step past a locked buffer: a caller must unlock what it locked
+// before a release can finish.
 class StreamBufferCache {
 public:
     explicit StreamBufferCache(StreamBufferOwner& owner) : mOwner(owner) {}
@@ -66,6 +68,10 @@ public:
     size_t Size() const EXCLUDES(mMutex);
 
 private:
+    bool Contains(StreamBufferID key) const EXCLUDES(mMutex);
+    // Frees (when `mapper` is set) and forgets every entry, stopping at a locked one.
+    bool Walk(const std::shared_ptr<VirMapperBase>& mapper) REQUIRES(mMutex);
+
     StreamBufferOwner& mOwner;
     std::atomic<bool> mInRelease{false};
     mutable Mutex mMutex;  // guards the map and every StreamBuffer in it

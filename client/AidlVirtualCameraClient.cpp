@@ -17,6 +17,7 @@ namespace AIDLVIRTUAL_CAMERA_CLIENT {
 
 using aidl::vendor::zuvek::hardware::camera::vircamera::StatusResult;
 using android::DevStrInfo;
+using android::SwitchState;
 
 namespace {
 
@@ -74,6 +75,20 @@ const SwitchTexts SWITCH_OFF = {CMD_SWITCH_OFF, "SwitchOffCamStream",
                                 "%s: switch off aidl virtual camera end success!",
                                 "%s: switch off aidl virtual camera return failed!", ERR_SWITCH_OFF_FAILED};
 
+// The sequence-number lines of this client's switch reports (plain numbers).
+class AidlReportLog final : public SwitchState::ReportLog {
+public:
+    void SequenceMismatch(const char* caller, uint32_t reported, uint32_t expected) const override {
+        ALOGE("%s: aidl seqnum is invalid. mSequenNum: %d, seqnum: %d", caller, static_cast<int32_t>(expected),
+              static_cast<int32_t>(reported));
+    }
+    void SequenceTaken(const char* caller, uint32_t reported, uint32_t previous) const override {
+        ALOGI("%s: seqnum: %d mSequenNum:%d", caller, static_cast<int32_t>(reported), static_cast<int32_t>(previous));
+    }
+};
+
+const AidlReportLog REPORT_LOG;
+
 }  // namespace
 
 AidlVirtualCameraClient& AidlVirtualCameraClient::Get() {
@@ -81,7 +96,7 @@ AidlVirtualCameraClient& AidlVirtualCameraClient::Get() {
     return instance;
 }
 
-AidlVirtualCameraClient::AidlVirtualCameraClient() : mWaiter(LOG_TAG) {
+AidlVirtualCameraClient::AidlVirtualCameraClient() : mSwitch(LOG_TAG, REPORT_LOG) {
     ALOGI("%s", "AidlVirtualCameraClient");
 }
 
@@ -95,7 +110,7 @@ std::shared_ptr<AidlVirtualCameraClient::IVirCameraChannel> AidlVirtualCameraCli
 }
 
 bool AidlVirtualCameraClient::Init() {
-    android::Mutex::Autolock initLock(mInitMutex);
+    android::Turn::Scoped initTurn(mInitTurn);
     if (Connect() != nullptr) {
         ALOGI("%s: already init service", __func__);
         return true;
@@ -122,7 +137,7 @@ bool AidlVirtualCameraClient::Init() {
 
 int32_t AidlVirtualCameraClient::RegisterVirCamera(std::string device, std::string service,
                                                    const std::vector<std::string>& camInfo) {
-    android::Mutex::Autolock operationLock(mOperationMutex);
+    android::Turn::Scoped operationTurn(mOperationTurn);
     std::shared_ptr<IVirCameraChannel> connect = Connect();
     if (connect == nullptr) {
         ALOGE("%s: Can not find service!", __func__);
@@ -144,7 +159,7 @@ int32_t AidlVirtualCameraClient::RegisterVirCamera(std::string device, std::stri
 }
 
 int32_t AidlVirtualCameraClient::UnRegisterVirCamera(std::string device, std::string service) {
-    android::Mutex::Autolock operationLock(mOperationMutex);
+    android::Turn::Scoped operationTurn(mOperationTurn);
     std::shared_ptr<IVirCameraChannel> connect = Connect();
     if (connect == nullptr) {
         ALOGE("%s: Can not find service!", __func__);
@@ -172,7 +187,7 @@ int32_t AidlVirtualCameraClient::SwitchOffCamStream(std::string device, std::str
 int32_t AidlVirtualCameraClient::Switch(bool on, const std::string& device, const std::string& service,
                                         int cameraCount, const std::vector<std::string>& physicalIds) {
     const SwitchTexts& texts = on ? SWITCH_ON : SWITCH_OFF;
-    android::Mutex::Autolock operationLock(mOperationMutex);
+    android::Turn::Scoped operationTurn(mOperationTurn);
     // Switch-on may start the stream-change service; switch-off only uses a running one.
     std::shared_ptr<IVirCameraChannel> channel =
         on ? NdkUtil::CheckAndStartService<IVirCameraChannel>(STREAM_CHANGE_INSTANCE)
@@ -194,39 +209,44 @@ int32_t AidlVirtualCameraClient::Switch(bool on, const std::string& device, cons
         request[android::KEY_CAMERA_COUNT] = cameraCount;
         request[android::KEY_CAMERA_PHYSICAL_ID] = joined;
     }
-    mWaiter.Reset();
-    StatusResult result;
-    ndk::ScopedAStatus status = channel->doCmdRequest(texts.cmd, ToText(request), &result);
-    if (!status.isOk()) {
-        ALOGE("%s: failed: %d msg: %s", texts.function, status.getExceptionCode(), status.getMessage());
-        return ERR_BINDER;
+    const auto direction = on ? SwitchState::Direction::SWITCH_ON : SwitchState::Direction::SWITCH_OFF;
+    {
+        // The HAL may report from inside doCmdRequest, ahead of its answer: the report is
+        // judged once the answer's sequence number is known.
+        SwitchState::Call switchCall(mSwitch, direction);
+        StatusResult result;
+        ndk::ScopedAStatus status = channel->doCmdRequest(texts.cmd, ToText(request), &result);
+        if (!status.isOk()) {
+            ALOGE("%s: failed: %d msg: %s", texts.function, status.getExceptionCode(), status.getMessage());
+            return ERR_BINDER;
+        }
+        if (result.status != 0) {
+            ALOGE("%s: failed ret: %d", texts.function, result.status);
+            return result.status;
+        }
+        Json::Value answer;
+        JsonUtil::StringToJsonValue(result.data, answer);
+        if (answer.empty()) {
+            ALOGE("%s inRoot failed %s", texts.function, result.data.c_str());
+            return ERR_BAD_JSON;
+        }
+        switchCall.Answer(static_cast<uint32_t>(JsonUtil::JsonParseInt(answer, android::KEY_SEQ_NO)));
+        if (JsonUtil::JsonParseInt(answer, android::KEY_OPT_RET) != 0) {
+            ALOGE(texts.refused, texts.function);
+            return ERR_SWITCH_REFUSED;
+        }
     }
-    if (result.status != 0) {
-        ALOGE("%s: failed ret: %d", texts.function, result.status);
-        return result.status;
-    }
-    Json::Value answer;
-    JsonUtil::StringToJsonValue(result.data, answer);
-    if (answer.empty()) {
-        ALOGE("%s inRoot failed %s", texts.function, result.data.c_str());
-        return ERR_BAD_JSON;
-    }
-    mSequenNum.store(JsonUtil::JsonParseInt(answer, android::KEY_SEQ_NO));
-    if (JsonUtil::JsonParseInt(answer, android::KEY_OPT_RET) != 0) {
-        ALOGE(texts.refused, texts.function);
-        return ERR_SWITCH_REFUSED;
-    }
+    // A switch-off report takes its own number: the wait follows whatever it left.
+    const int32_t seqNum = static_cast<int32_t>(mSwitch.SequenceNumber());
     if (!on) {
-        ALOGI("%s: Switch off aidl virtual camera start success, seqnum: %d", texts.function, mSequenNum.load());
+        ALOGI("%s: Switch off aidl virtual camera start success, seqnum: %d", texts.function, seqNum);
     }
-    const auto direction = on ? android::HalReturnWaiter::Direction::SWITCH_ON
-                              : android::HalReturnWaiter::Direction::SWITCH_OFF;
-    int32_t waited = WaitForHALReturn(direction, static_cast<uint32_t>(mSequenNum.load()));
+    int32_t waited = WaitForHALReturn(direction, static_cast<uint32_t>(seqNum));
     if (waited != 0) {
         ALOGE(texts.waitFailed, texts.function);
         return waited;
     }
-    if ((on ? mSwitchOnResult : mSwitchOffResult).load()) {
+    if (mSwitch.Succeeded(direction)) {
         ALOGI(texts.succeeded, texts.function);
         return 0;
     }
@@ -234,8 +254,8 @@ int32_t AidlVirtualCameraClient::Switch(bool on, const std::string& device, cons
     return texts.failedCode;
 }
 
-int32_t AidlVirtualCameraClient::WaitForHALReturn(android::HalReturnWaiter::Direction direction, uint32_t seqNum) {
-    return mWaiter.Wait(direction, seqNum) == android::HalReturnWaiter::Outcome::TIMEOUT ? ERR_WAIT_TIMEOUT : 0;
+int32_t AidlVirtualCameraClient::WaitForHALReturn(SwitchState::Direction direction, uint32_t seqNum) {
+    return mSwitch.Wait(direction, seqNum) == SwitchState::Outcome::TIMEOUT ? ERR_WAIT_TIMEOUT : 0;
 }
 
 int32_t AidlVirtualCameraClient::NotifySwitchOnVirtualCameraResult(const std::string& json) {
@@ -251,13 +271,8 @@ int32_t AidlVirtualCameraClient::NotifySwitchOnVirtualCameraResult(const std::st
         ALOGE("%s: switch on aidl vitual camera stream failed!", __func__);
         success = false;
     }
-    const int32_t expected = mSequenNum.load();
-    if (expected != seqNum) {
-        ALOGE("%s: aidl seqnum is invalid. mSequenNum: %d, seqnum: %d", __func__, expected, seqNum);
-        success = false;
-    }
-    mSwitchOnResult.store(success);
-    mWaiter.Report(android::HalReturnWaiter::Direction::SWITCH_ON, static_cast<uint32_t>(seqNum), __func__);
+    // The sequence number is checked against the switch in flight (REPORT_LOG).
+    mSwitch.Report(SwitchState::Direction::SWITCH_ON, static_cast<uint32_t>(seqNum), success, __func__);
     return 0;
 }
 
@@ -274,10 +289,8 @@ int32_t AidlVirtualCameraClient::NotifySwitchOffVirtualCameraResult(const std::s
         ALOGE("%s: switch off vitual camera stream failed!", __func__);
         success = false;
     }
-    mSwitchOffResult.store(success);
     // Switch-off takes whatever sequence number the HAL reports.
-    ALOGI("%s: seqnum: %d mSequenNum:%d", __func__, seqNum, mSequenNum.exchange(seqNum));
-    mWaiter.Report(android::HalReturnWaiter::Direction::SWITCH_OFF, static_cast<uint32_t>(seqNum), __func__);
+    mSwitch.Report(SwitchState::Direction::SWITCH_OFF, static_cast<uint32_t>(seqNum), success, __func__);
     return 0;
 }
 
@@ -299,7 +312,7 @@ std::string AidlVirtualCameraClient::GetVirtualCameraIdList() {
 void AidlVirtualCameraClient::ClearSwitchService() {
     ALOGD("%s: clear start", __func__);
     std::shared_ptr<android::AidlService> dropped;  // destroyed after the lock is released
-    android::RecursiveMutex::Autolock lock(mMapsMutex);
+    android::Mutex::Autolock lock(mMapsMutex);
     if (auto users = mUserMap.find(STREAM_CHANGE_MODE); users != mUserMap.end()) {
         ALOGI("use map has invalid cache size=%lu", static_cast<unsigned long>(users->second.size()));
         mUserMap.erase(users);
@@ -315,7 +328,7 @@ void AidlVirtualCameraClient::BinderDied(const std::string& device, const std::s
     const DevStrInfo user{device, service};
     std::vector<std::shared_ptr<android::AidlService>> dropped;  // destroyed after the lock
     {
-        android::RecursiveMutex::Autolock lock(mMapsMutex);
+        android::Mutex::Autolock lock(mMapsMutex);
         std::vector<int> modes;
         for (const auto& [mode, users] : mUserMap) {
             if (std::find(users.begin(), users.end(), user) != users.end()) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <map>
 #include <memory>
 #include <string>
@@ -10,9 +9,9 @@
 #include <android-base/thread_annotations.h>
 #include <utils/Mutex.h>
 
-#include "client/HalReturnWaiter.h"
+#include "client/SwitchState.h"
 #include "common/DevStrInfo.h"
-#include "common/RecursiveMutex.h"
+#include "common/Turn.h"
 
 namespace android {
 class AidlService;
@@ -34,55 +33,59 @@ public:
 
     // Connects to the register channel; true even when it is missing (a later
     // registration then answers -200014).
-    bool Init() EXCLUDES(mInitMutex, mConnectMutex);
+    bool Init() EXCLUDES(mInitTurn, mConnectMutex);
     // The HAL's status, or -200014 no channel, -200015 binder call failed.
     int32_t RegisterVirCamera(std::string device, std::string service, const std::vector<std::string>& camInfo)
-        EXCLUDES(mOperationMutex, mConnectMutex);
-    int32_t UnRegisterVirCamera(std::string device, std::string service) EXCLUDES(mOperationMutex, mConnectMutex);
+        EXCLUDES(mOperationTurn, mConnectMutex);
+    int32_t UnRegisterVirCamera(std::string device, std::string service) EXCLUDES(mOperationTurn, mConnectMutex);
     // 0 once the HAL reported success; -200010 no report in 3 s, -200011 bad answer,
     // -200013 refused, -200014 no service, -200015 binder failure, -200016 reported
     // failure, or the HAL's non-zero status.
     int32_t SwitchOnCamStream(std::string device, std::string service, int cameraCount,
-                              const std::vector<std::string>& physicalIds) EXCLUDES(mOperationMutex);
+                              const std::vector<std::string>& physicalIds) EXCLUDES(mOperationTurn);
     // As switch-on (-200017 reported failure); 0 when the service is missing.
-    int32_t SwitchOffCamStream(std::string device, std::string service) EXCLUDES(mOperationMutex);
+    int32_t SwitchOffCamStream(std::string device, std::string service) EXCLUDES(mOperationTurn);
     // 0 once the HAL reported the switch of `direction` (or had already reported `seqNum`);
     // -200010 after three seconds without a report.
-    int32_t WaitForHALReturn(android::HalReturnWaiter::Direction direction, uint32_t seqNum);
+    int32_t WaitForHALReturn(android::SwitchState::Direction direction, uint32_t seqNum);
     // Switch reports from the channel callback; 0, or -200011 when `json` does not parse.
     int32_t NotifySwitchOnVirtualCameraResult(const std::string& json);
     int32_t NotifySwitchOffVirtualCameraResult(const std::string& json);
     // The HAL's answer text, or "-1".
     std::string GetVirtualCameraIdList() EXCLUDES(mConnectMutex);
-    // Forgets the stream-change mode (0) in both maps. Takes the maps lock, also when this
-    // thread already holds it (a HAL request nested in a facade's registration).
-    void ClearSwitchService();
+    // Forgets the stream-change mode (0) in both maps.
+    void ClearSwitchService() EXCLUDES(mMapsMutex);
     // Forgets every mode the (device, service) user was on, and the register channel.
-    void BinderDied(const std::string& device, const std::string& service) EXCLUDES(mConnectMutex);
+    void BinderDied(const std::string& device, const std::string& service) EXCLUDES(mMapsMutex, mConnectMutex);
 
-    // The shared maps; hold MapsMutex() while using them.
+    // The shared maps; hold MapsMutex() while using them, and only briefly: never across a
+    // call to the HAL, a service wait or a call into the caller.
     UserMap& GetUserMap() REQUIRES(mMapsMutex) { return mUserMap; }
     ServiceMap& GetServiceMap() REQUIRES(mMapsMutex) { return mServiceMap; }
-    android::RecursiveMutex& MapsMutex() RETURN_CAPABILITY(mMapsMutex) { return mMapsMutex; }
+    android::Mutex& MapsMutex() RETURN_CAPABILITY(mMapsMutex) { return mMapsMutex; }
+    // Taken by every AIDL wrapper's RegisterCallback and UnRegisterCallback, so that the
+    // registrations of the process take effect one at a time, in call order.
+    android::Turn& RegistrationTurn() RETURN_CAPABILITY(mRegistrationTurn) { return mRegistrationTurn; }
 
 private:
     AidlVirtualCameraClient();
     ~AidlVirtualCameraClient();
     std::shared_ptr<IVirCameraChannel> Connect() const EXCLUDES(mConnectMutex);
     int32_t Switch(bool on, const std::string& device, const std::string& service, int cameraCount,
-                   const std::vector<std::string>& physicalIds) EXCLUDES(mOperationMutex);
+                   const std::vector<std::string>& physicalIds) EXCLUDES(mOperationTurn);
 
-    // Written by the HAL's reports on binder threads, read after the wait.
-    std::atomic<bool> mSwitchOnResult{true};
-    std::atomic<bool> mSwitchOffResult{true};
-    std::atomic<int32_t> mSequenNum{0};
-    android::Mutex mInitMutex;  // serialises Init, which waits for the register channel
+    // Init runs one at a time; it may wait for the register channel without a time limit.
+    android::Turn mInitTurn;
     mutable android::Mutex mConnectMutex;  // guards mConnect: the binder death thread drops it
     std::shared_ptr<IVirCameraChannel> mConnect GUARDED_BY(mConnectMutex);
-    android::Mutex mOperationMutex;  // held for a whole register, unregister or switch
-    android::HalReturnWaiter mWaiter;
-    // Guards both maps; the AIDL facades take it too. Recursive: see RecursiveMutex.
-    android::RecursiveMutex mMapsMutex;
+    // A whole register, unregister or switch runs one at a time, HAL calls and the wait
+    // for the HAL's report included: a turn, not a mutex.
+    android::Turn mOperationTurn;
+    // The switch in flight: its sequence number, the reported outcomes and the wait.
+    android::SwitchState mSwitch;
+    android::Turn mRegistrationTurn;
+    // Guards both maps; the AIDL facades and the death handling take it too.
+    android::Mutex mMapsMutex;
     UserMap mUserMap GUARDED_BY(mMapsMutex);
     ServiceMap mServiceMap GUARDED_BY(mMapsMutex);
 };

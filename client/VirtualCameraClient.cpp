@@ -46,6 +46,22 @@ std::string Masked(uint32_t number) {
     return android::VideoGetAnonyString(std::to_string(number));
 }
 
+using android::SwitchState;
+
+// The sequence-number lines of this client's switch reports (numbers masked).
+class HidlReportLog final : public SwitchState::ReportLog {
+public:
+    void SequenceMismatch(const char* caller, uint32_t reported, uint32_t expected) const override {
+        ALOGE("%s: seqnum %s is invalid. mSequenNum: %s, seqnum: %s", caller, Masked(reported).c_str(),
+              Masked(expected).c_str(), Masked(reported).c_str());
+    }
+    void SequenceTaken(const char* caller, uint32_t reported, uint32_t previous) const override {
+        ALOGI("%s: seqnum: %u, mSequenNum:%u", caller, reported, previous);
+    }
+};
+
+const HidlReportLog REPORT_LOG;
+
 // {"notifyKey":101,"notifyMsgData":"{\"virCamInfo\":[ids...]}"}: the HAL keeps the ids
 // of the physical cameras behind the virtual one.
 std::string PhysicalIdMessage(const std::vector<std::string>& physicalIds) {
@@ -70,7 +86,7 @@ VirtualCameraClient* VirtualCameraClient::Get() {
     return instance;
 }
 
-VirtualCameraClient::VirtualCameraClient() : mWaiter(LOG_TAG), mSwitchCallback(new VirCameraSwitchCallback()) {
+VirtualCameraClient::VirtualCameraClient() : mSwitch(LOG_TAG, REPORT_LOG), mSwitchCallback(new VirCameraSwitchCallback()) {
     ALOGI("%s: ctor VirtualCameraClient!", "VirtualCameraClient");
 }
 
@@ -90,7 +106,7 @@ sp<VirtualCameraClient::IVirCameraChannel> VirtualCameraClient::Channel() const 
 }
 
 bool VirtualCameraClient::Init() {
-    android::Mutex::Autolock initLock(mInitMutex);
+    android::Turn::Scoped initTurn(mInitTurn);
     sp<IVirCameraChannel> channel = Channel();
     if (mDeathRecipient != nullptr && channel != nullptr) {
         if (!mDeathRecipient->Died()) {
@@ -128,7 +144,7 @@ bool VirtualCameraClient::Init() {
 
 int32_t VirtualCameraClient::RegisterVirCamera(std::string device, std::string service,
                                                const std::vector<std::string>& camInfo) {
-    android::Mutex::Autolock operationLock(mOperationMutex);
+    android::Turn::Scoped operationTurn(mOperationTurn);
     sp<IVirCameraChannel> channel = Channel();
     if (channel == nullptr) {
         ALOGE("%s: Can not find IVirCameraChannel service!", __func__);
@@ -154,7 +170,7 @@ int32_t VirtualCameraClient::RegisterVirCamera(std::string device, std::string s
 }
 
 int32_t VirtualCameraClient::UnRegisterVirCamera(std::string device, std::string service) {
-    android::Mutex::Autolock operationLock(mOperationMutex);
+    android::Turn::Scoped operationTurn(mOperationTurn);
     sp<IVirCameraChannel> channel = Channel();
     if (channel == nullptr) {
         ALOGE("%s: Can not find IVirCameraChannel service!", __func__);
@@ -176,7 +192,7 @@ int32_t VirtualCameraClient::UnRegisterVirCamera(std::string device, std::string
 
 int32_t VirtualCameraClient::SwitchOnCamStream(std::string device, std::string service,
                                                const std::vector<std::string>& physicalIds) {
-    android::Mutex::Autolock operationLock(mOperationMutex);
+    android::Turn::Scoped operationTurn(mOperationTurn);
     sp<IVirCameraChannel> channel = IVirCameraChannel::tryGetService(STREAM_CHANGE_INSTANCE, false);
     if (channel == nullptr) {
         ALOGE("%s: Can not find IVirCameraChannel service!", __func__);
@@ -195,25 +211,30 @@ int32_t VirtualCameraClient::SwitchOnCamStream(std::string device, std::string s
     }
     ALOGI("%s: notify save physicalCameraId success", __func__);
 
-    mWaiter.Reset();
     Status status = Status::INTERNAL_ERROR;
-    auto call = channel->switchOnVirCamera(device, service, [&](Status answer, uint32_t seqNum) {
-        status = answer;
-        mSequenNum.store(seqNum);
-    });
-    if (!call.isOk()) {
-        ALOGE("%s: switchOnVirCamera transport failed: %s", __func__, call.description().c_str());
-        return -1;
+    {
+        SwitchState::Call switchCall(mSwitch, SwitchState::Direction::SWITCH_ON);
+        uint32_t seqNum = 0;
+        auto call = channel->switchOnVirCamera(device, service, [&](Status answer, uint32_t answerSeqNum) {
+            status = answer;
+            seqNum = answerSeqNum;
+        });
+        if (!call.isOk()) {
+            ALOGE("%s: switchOnVirCamera transport failed: %s", __func__, call.description().c_str());
+            return -1;
+        }
+        // Kept whatever the status; reports that came ahead of the answer are judged now.
+        switchCall.Answer(seqNum);
     }
     if (status != Status::OK) {
         ALOGE("%s: Switch on virtual camera device failed!", __func__);
         return SwitchStatusToCode(status);
     }
-    if (WaitForHALReturn(android::HalReturnWaiter::Direction::SWITCH_ON, mSequenNum.load()) != 0) {
+    if (WaitForHALReturn(SwitchState::Direction::SWITCH_ON, mSwitch.SequenceNumber()) != 0) {
         ALOGE("%s: wait for switch on virtual camera return failed!", __func__);
         return -1;
     }
-    if (mSwitchOnResult.load()) {
+    if (mSwitch.Succeeded(SwitchState::Direction::SWITCH_ON)) {
         ALOGI("%s: switch on virtual camera return success!", __func__);
         return 0;
     }
@@ -222,33 +243,38 @@ int32_t VirtualCameraClient::SwitchOnCamStream(std::string device, std::string s
 }
 
 int32_t VirtualCameraClient::SwitchOffCamStream(std::string device, std::string service) {
-    android::Mutex::Autolock operationLock(mOperationMutex);
+    android::Turn::Scoped operationTurn(mOperationTurn);
     sp<IVirCameraChannel> channel = IVirCameraChannel::tryGetService(STREAM_CHANGE_INSTANCE, false);
     if (channel == nullptr) {
         // Without the service there is no stream to switch off.
         ALOGW("%s: Can not find IVirCameraChannel service!", __func__);
         return 0;
     }
-    mWaiter.Reset();
     Status status = Status::INTERNAL_ERROR;
-    auto call = channel->switchOffVirCamera(device, service, [&](Status answer, uint32_t seqNum) {
-        status = answer;
-        mSequenNum.store(seqNum);
-    });
-    if (!call.isOk()) {
-        ALOGE("%s: switchOffVirCamera transport failed: %s", __func__, call.description().c_str());
-        return -1;
+    {
+        SwitchState::Call switchCall(mSwitch, SwitchState::Direction::SWITCH_OFF);
+        uint32_t seqNum = 0;
+        auto call = channel->switchOffVirCamera(device, service, [&](Status answer, uint32_t answerSeqNum) {
+            status = answer;
+            seqNum = answerSeqNum;
+        });
+        if (!call.isOk()) {
+            ALOGE("%s: switchOffVirCamera transport failed: %s", __func__, call.description().c_str());
+            return -1;
+        }
+        switchCall.Answer(seqNum);
     }
     if (status != Status::OK) {
         ALOGE("%s: Switch off virtual camera device failed!", __func__);
         return SwitchStatusToCode(status);
     }
-    ALOGI("%s: Switch off virtual camera success, seqnum: %u", __func__, mSequenNum.load());
-    if (WaitForHALReturn(android::HalReturnWaiter::Direction::SWITCH_OFF, mSequenNum.load()) != 0) {
+    // A switch-off report takes its own number: the wait follows whatever it left.
+    ALOGI("%s: Switch off virtual camera success, seqnum: %u", __func__, mSwitch.SequenceNumber());
+    if (WaitForHALReturn(SwitchState::Direction::SWITCH_OFF, mSwitch.SequenceNumber()) != 0) {
         ALOGE("%s: wait for switch off virtual camera return failed!", __func__);
         return -1;
     }
-    if (mSwitchOffResult.load()) {
+    if (mSwitch.Succeeded(SwitchState::Direction::SWITCH_OFF)) {
         ALOGE("%s: switch off virtual camera return success!", __func__);
         return 0;
     }
@@ -256,8 +282,8 @@ int32_t VirtualCameraClient::SwitchOffCamStream(std::string device, std::string 
     return -1;
 }
 
-int32_t VirtualCameraClient::WaitForHALReturn(android::HalReturnWaiter::Direction direction, uint32_t seqNum) {
-    return mWaiter.Wait(direction, seqNum) == android::HalReturnWaiter::Outcome::TIMEOUT ? -1 : 0;
+int32_t VirtualCameraClient::WaitForHALReturn(SwitchState::Direction direction, uint32_t seqNum) {
+    return mSwitch.Wait(direction, seqNum) == SwitchState::Outcome::TIMEOUT ? -1 : 0;
 }
 
 void VirtualCameraClient::NotifySwitchOnVirtualCameraResult(uint32_t seqNum, VirCamOptRet ret) {
@@ -267,14 +293,8 @@ void VirtualCameraClient::NotifySwitchOnVirtualCameraResult(uint32_t seqNum, Vir
         ALOGE("%s: switch on vitual camera stream failed!", __func__);
         success = false;
     }
-    const uint32_t expected = mSequenNum.load();
-    if (expected != seqNum) {
-        ALOGE("%s: seqnum %s is invalid. mSequenNum: %s, seqnum: %s", __func__, Masked(seqNum).c_str(),
-              Masked(expected).c_str(), Masked(seqNum).c_str());
-        success = false;
-    }
-    mSwitchOnResult.store(success);
-    mWaiter.Report(android::HalReturnWaiter::Direction::SWITCH_ON, seqNum, __func__);
+    // The sequence number is checked against the switch in flight (REPORT_LOG).
+    mSwitch.Report(SwitchState::Direction::SWITCH_ON, seqNum, success, __func__);
 }
 
 void VirtualCameraClient::NotifySwitchOffVirtualCameraResult(uint32_t seqNum, VirCamOptRet ret) {
@@ -284,10 +304,8 @@ void VirtualCameraClient::NotifySwitchOffVirtualCameraResult(uint32_t seqNum, Vi
         ALOGE("%s: switch off vitual camera stream failed!", __func__);
         success = false;
     }
-    mSwitchOffResult.store(success);
     // Switch-off takes whatever sequence number the HAL reports.
-    ALOGI("%s: seqnum: %u, mSequenNum:%u", __func__, seqNum, mSequenNum.exchange(seqNum));
-    mWaiter.Report(android::HalReturnWaiter::Direction::SWITCH_OFF, seqNum, __func__);
+    mSwitch.Report(SwitchState::Direction::SWITCH_OFF, seqNum, success, __func__);
 }
 
 std::vector<std::string> VirtualCameraClient::GetVirtualCameraIdList() {

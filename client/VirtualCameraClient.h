@@ -11,7 +11,8 @@
 #include <utils/RefBase.h>
 #include <vendor/zuvek/hardware/camera/vircamera/1.0/IVirCameraChannel.h>
 
-#include "client/HalReturnWaiter.h"
+#include "client/SwitchState.h"
+#include "common/Turn.h"
 
 namespace VIRTUAL_CAMERA_CLIENT {
 
@@ -41,21 +42,21 @@ public:
     static VirtualCameraClient* Get();
 
     // Waits for the camera provider "virtual/0" and connects to the register channel.
-    bool Init() EXCLUDES(mInitMutex, mChannelMutex);
+    bool Init() EXCLUDES(mInitTurn, mChannelMutex);
     // 0; -1 no channel (Init first) or HAL result >= 4; -2 bad capabilities or HAL 1;
     // -3 / -4 for HAL results 2 / 3. camInfo: formats, resolutions, fps, location.
     int32_t RegisterVirCamera(std::string device, std::string service, const std::vector<std::string>& camInfo)
-        EXCLUDES(mOperationMutex, mChannelMutex);
+        EXCLUDES(mOperationTurn, mChannelMutex);
     // 0; -1 no channel or HAL result other than 1; -2 HAL result 1.
-    int32_t UnRegisterVirCamera(std::string device, std::string service) EXCLUDES(mOperationMutex, mChannelMutex);
+    int32_t UnRegisterVirCamera(std::string device, std::string service) EXCLUDES(mOperationTurn, mChannelMutex);
     // 0 once the HAL reported success; negative codes otherwise (see the source).
     int32_t SwitchOnCamStream(std::string device, std::string service, const std::vector<std::string>& physicalIds)
-        EXCLUDES(mOperationMutex);
+        EXCLUDES(mOperationTurn);
     // 0 also when the stream-change service is missing.
-    int32_t SwitchOffCamStream(std::string device, std::string service) EXCLUDES(mOperationMutex);
+    int32_t SwitchOffCamStream(std::string device, std::string service) EXCLUDES(mOperationTurn);
     // 0 once the HAL reported the switch of `direction` (or had already reported `seqNum`);
     // -1 after three seconds without a report.
-    int32_t WaitForHALReturn(android::HalReturnWaiter::Direction direction, uint32_t seqNum);
+    int32_t WaitForHALReturn(android::SwitchState::Direction direction, uint32_t seqNum);
     // Reports from the HAL, on binder threads.
     void NotifySwitchOnVirtualCameraResult(uint32_t seqNum, VirCamOptRet ret);
     void NotifySwitchOffVirtualCameraResult(uint32_t seqNum, VirCamOptRet ret);
@@ -86,17 +87,17 @@ private:
     android::sp<IVirCameraChannel> Channel() const EXCLUDES(mChannelMutex);
     bool ParseResolutions(const std::string& text, std::vector<std::pair<uint32_t, uint32_t>>& sizes);
 
-    android::Mutex mInitMutex;       // serialises Init; guards the death recipient
-    android::Mutex mOperationMutex;  // held for a whole register, unregister or switch
-    android::HalReturnWaiter mWaiter;
-    // Written by the HAL's reports on binder threads, read after the wait.
-    std::atomic<bool> mSwitchOnResult{true};
-    std::atomic<bool> mSwitchOffResult{true};
-    std::atomic<uint32_t> mSequenNum{0};
+    // Init runs one at a time: it waits for the provider and looks the channel up.
+    android::Turn mInitTurn;
+    // A whole register, unregister or switch runs one at a time: HAL calls and the wait
+    // for the HAL's report happen while holding it, so it is a turn, not a mutex.
+    android::Turn mOperationTurn;
+    // The switch in flight: its sequence number, the reported outcomes and the wait.
+    android::SwitchState mSwitch;
     mutable android::Mutex mChannelMutex;  // guards the channel: Init replaces it while operations read it
     android::sp<IVirCameraChannel> mChannel GUARDED_BY(mChannelMutex);
-    android::sp<ListenerDeathRecipient> mDeathRecipient GUARDED_BY(mInitMutex);
-    android::sp<VirCameraSwitchCallback> mSwitchCallback GUARDED_BY(mOperationMutex);
+    android::sp<ListenerDeathRecipient> mDeathRecipient GUARDED_BY(mInitTurn);
+    android::sp<VirCameraSwitchCallback> mSwitchCallback GUARDED_BY(mOperationTurn);
 };
 
 }  // namespace VIRTUAL_CAMERA_CLIENT

@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <android/binder_process.h>
 #include <json/value.h>
 #include <log/log.h>
 
@@ -113,6 +114,13 @@ int AidlService::RegisterCallback(const std::string& device, const std::string& 
     ALOGI("%s: make new callback, linkToDeath ret %d", "RegisterCallback", linked);
     if (linked != 0) {
         return linked;
+    }
+    // The library never starts a pool itself (the program's main does): it only says
+    // why the HAL's calls will not come.
+    if (!ABinderProcess_isThreadPoolStarted()) {
+        ALOGE("%s: no binder thread pool runs in this process, so the HAL's calls and death notices cannot "
+              "arrive; the process's main must call ABinderProcess_startThreadPool() before registering",
+              "RegisterCallback");
     }
     // The HAL knows every user of this connection under one default identity.
     int32_t result = 0;

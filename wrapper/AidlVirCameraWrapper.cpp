@@ -10,6 +10,7 @@
 #include "client/VirtualCameraManager.h"
 #include "common/AnonyString.h"
 #include "common/HashIdCache.h"
+#include "common/Turn.h"
 #include "wrapper/AidlService.h"
 
 namespace android {
@@ -36,7 +37,7 @@ OptResult Failure() {
 // destroy it under a running call. Null when the mode has none.
 std::shared_ptr<AidlService> ServiceOfMode(int mode, bool& found) {
     AidlVirtualCameraClient& client = AidlVirtualCameraClient::Get();
-    RecursiveMutex::Autolock lock(client.MapsMutex());
+    Mutex::Autolock lock(client.MapsMutex());
     auto entry = client.GetServiceMap().find(mode);
     found = entry != client.GetServiceMap().end();
     return found ? entry->second : nullptr;
@@ -57,49 +58,56 @@ int AidlVirCameraWrapper::RegisterCallback(const std::string& device, const std:
                                            const std::weak_ptr<IVirCameraWrapperCallbackV2>& callback) {
     ALOGI("%s: device=%s service=%s mode:%d", __func__, VideoGetAnonyString(device).c_str(),
           VideoGetAnonyString(service).c_str(), mode);
-    Mutex::Autolock lock(mMutex);
     const DevStrInfo user{device, service};
     AidlVirtualCameraClient& client = AidlVirtualCameraClient::Get();
-    RecursiveMutex::Autolock mapsLock(client.MapsMutex());
-    auto& users = client.GetUserMap();
-    auto& services = client.GetServiceMap();
-    const bool hasService = services.count(mode) != 0;
-    const bool hasUsers = users.count(mode) != 0;
-    if (hasService && hasUsers) {
-        // Events keep going to the callback of the user that registered the connection.
-        auto& list = users[mode];
-        if (std::find(list.begin(), list.end(), user) != list.end()) {
-            ALOGI("RegisterCallback success with already register");
-        } else {
-            list.push_back(user);
-            ALOGI("RegisterCallback success with add user");
+    // The maps lock is held only to read and update the maps: the connection's
+    // registration waits for the service and calls the HAL, which may call back into the
+    // library meanwhile (a nested call, or one from a thread of its own).
+    Turn::Scoped turn(client.RegistrationTurn());
+    std::shared_ptr<AidlService> existing;
+    {
+        Mutex::Autolock mapsLock(client.MapsMutex());
+        auto& users = client.GetUserMap();
+        auto& services = client.GetServiceMap();
+        const bool hasService = services.count(mode) != 0;
+        const bool hasUsers = users.count(mode) != 0;
+        if (hasService && hasUsers) {
+            // Events keep going to the callback of the user that registered the connection.
+            auto& list = users[mode];
+            if (std::find(list.begin(), list.end(), user) != list.end()) {
+                ALOGI("RegisterCallback success with already register");
+            } else {
+                list.push_back(user);
+                ALOGI("RegisterCallback success with add user");
+            }
+            return 0;
         }
-        return 0;
+        if (hasService) {
+            ALOGW("already reg service but no user use");
+            users[mode] = {user};
+            auto entry = services.find(mode);
+            if (entry == services.end()) {
+                ALOGE("not found mode : %d", mode);
+                return -1;
+            }
+            if (entry->second == nullptr) {
+                ALOGE("aidl service is null : %d", -1);
+                return -1;
+            }
+            // The copy keeps the connection alive through its call, also when the HAL
+            // clears the mode meanwhile.
+            existing = entry->second;
+        } else if (auto stale = users.find(mode); stale != users.end()) {
+            ALOGW("use map has invalid cache size=%lu", static_cast<unsigned long>(stale->second.size()));
+            users.erase(stale);
+        }
     }
-    if (hasService) {
-        ALOGW("already reg service but no user use");
-        users[mode] = {user};
-        auto entry = services.find(mode);
-        if (entry == services.end()) {
-            ALOGE("not found mode : %d", mode);
-            return -1;
-        }
-        if (entry->second == nullptr) {
-            ALOGE("aidl service is null : %d", -1);
-            return -1;
-        }
-        // A HAL request nested in this call may drop the map's entry (the maps lock is
-        // recursive): the copy keeps the connection alive until its call returns.
-        const std::shared_ptr<AidlService> connection = entry->second;
-        int result = connection->RegisterCallback(device, service, mode, callback);
+    if (existing != nullptr) {
+        int result = existing->RegisterCallback(device, service, mode, callback);
         if (result != 0) {
             ALOGE("RegisterCallback failed with ret=%d", result);
         }
         return result;
-    }
-    if (auto stale = users.find(mode); stale != users.end()) {
-        ALOGW("use map has invalid cache size=%lu", static_cast<unsigned long>(stale->second.size()));
-        users.erase(stale);
     }
     auto connection = std::make_shared<AidlService>();
     int result = connection->RegisterCallback(device, service, mode, callback);
@@ -107,8 +115,11 @@ int AidlVirCameraWrapper::RegisterCallback(const std::string& device, const std:
         ALOGE("RegisterCallback failed with ret=%d", result);
         return result;
     }
-    services[mode] = connection;
-    users[mode] = {user};
+    {
+        Mutex::Autolock mapsLock(client.MapsMutex());
+        client.GetServiceMap()[mode] = connection;
+        client.GetUserMap()[mode] = {user};
+    }
     ALOGI("RegisterCallback success with start service mode:%d", mode);
     return 0;
 }
@@ -116,10 +127,10 @@ int AidlVirCameraWrapper::RegisterCallback(const std::string& device, const std:
 int AidlVirCameraWrapper::UnRegisterCallback(const std::string& device, const std::string& service) {
     ALOGI("%s: UnRegisterCallback device=%s service=%s", __func__, VideoGetAnonyString(device).c_str(),
           VideoGetAnonyString(service).c_str());
-    Mutex::Autolock lock(mMutex);
     const DevStrInfo user{device, service};
     AidlVirtualCameraClient& client = AidlVirtualCameraClient::Get();
-    RecursiveMutex::Autolock mapsLock(client.MapsMutex());
+    Turn::Scoped turn(client.RegistrationTurn());
+    Mutex::Autolock mapsLock(client.MapsMutex());
     auto& users = client.GetUserMap();
     auto& services = client.GetServiceMap();
     const auto snapshot = users;
@@ -156,7 +167,7 @@ int AidlVirCameraWrapper::GetServiceMode(int uniqueID) {
     AidlVirtualCameraClient& client = AidlVirtualCameraClient::Get();
     AidlVirtualCameraClient::UserMap users;
     {
-        RecursiveMutex::Autolock mapsLock(client.MapsMutex());
+        Mutex::Autolock mapsLock(client.MapsMutex());
         users = client.GetUserMap();
     }
     int result = -1;

@@ -37,27 +37,38 @@ int VirCameraWrapper::RegisterCallback(const std::string& device, const std::str
                                        const std::weak_ptr<IVirCameraWrapperCallback>& callback) {
     ALOGI("RegisterCallback device=%s service=%s", VideoGetAnonyString(device).c_str(),
           VideoGetAnonyString(service).c_str());
-    Mutex::Autolock lock(mMutex);
+    Turn::Scoped turn(mRegistrationTurn);
     const int key = ConvertToHashID(device) + ConvertToHashID(service);
     auto connection = std::make_shared<HidlService>();
-    int result = connection->RegisterCallback(device, service, mode, callback);
-    // Kept even when the registration failed: later calls reach it and get its answers.
-    mServiceMap[key] = connection;
-    return result;
+    // Stored before it registers, and kept even when the registration fails: calls for
+    // this key reach it from now on, also the caller's answers to HAL calls made while
+    // the registration runs.
+    // A replaced connection lives on until the new one has registered, as it always did.
+    std::shared_ptr<HidlService> replaced = Store(key, connection);
+    return connection->RegisterCallback(device, service, mode, callback);
 }
 
 int VirCameraWrapper::UnRegisterCallback(const std::string& device, const std::string& service) {
     ALOGI("UnRegisterCallback device=%s service=%s", VideoGetAnonyString(device).c_str(),
           VideoGetAnonyString(service).c_str());
-    Mutex::Autolock lock(mMutex);
+    Turn::Scoped turn(mRegistrationTurn);
     const int key = ConvertToHashID(device) + ConvertToHashID(service);
-    auto entry = mServiceMap.find(key);
-    if (entry == mServiceMap.end()) {
+    std::shared_ptr<HidlService> connection = FindService(key);
+    if (connection == nullptr) {
         return -1;
     }
-    int result = entry->second->UnRegisterCallback(device, service);
-    mServiceMap.erase(entry);
+    int result = connection->UnRegisterCallback(device, service);
+    {
+        Mutex::Autolock lock(mMutex);
+        mServiceMap.erase(key);
+    }
     return result;
+}
+
+std::shared_ptr<HidlService> VirCameraWrapper::Store(int key, std::shared_ptr<HidlService> connection) {
+    Mutex::Autolock lock(mMutex);
+    std::swap(mServiceMap[key], connection);
+    return connection;
 }
 
 std::shared_ptr<HidlService> VirCameraWrapper::FindService(int uniqueID) {

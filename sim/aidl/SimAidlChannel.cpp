@@ -85,6 +85,16 @@ void SimAidlChannel::SetCommandOnRegister(int32_t cmd) {
     mCommandOnRegister = cmd;
 }
 
+void SimAidlChannel::SetCommandOnRegisterFromThread(int32_t cmd) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mThreadCommandOnRegister = cmd;
+}
+
+std::vector<int32_t> SimAidlChannel::OnRegisterAnswers() const {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mOnRegisterAnswers;
+}
+
 void SimAidlChannel::SetCallerRequestStatus(int32_t status) {
     std::lock_guard<std::mutex> lock(mMutex);
     mCallerRequestStatus = status;
@@ -311,6 +321,7 @@ ndk::ScopedAStatus SimAidlChannel::registerVirtualChannelCallback(
     }
     std::shared_ptr<IVirCameraChannelCallback> previous;  // released after the lock
     int32_t nestedCmd = 0;
+    int32_t threadCmd = 0;
     {
         std::lock_guard<std::mutex> lock(mMutex);
         previous = std::move(mCallback);
@@ -319,10 +330,21 @@ ndk::ScopedAStatus SimAidlChannel::registerVirtualChannelCallback(
         ++mRegisterCallbackCount;
         *ret = mRegisterCallbackStatus;
         nestedCmd = mCommandOnRegister;
+        threadCmd = mThreadCommandOnRegister;
     }
     if (nestedCmd != 0) {
         StatusResult reply;
         (void)callback->processCmdRequest(nestedCmd, "{}", &reply);
+    }
+    if (threadCmd != 0) {
+        // The HAL's own thread calls back while this call waits for it.
+        std::thread halThread([this, callback, threadCmd] {
+            StatusResult reply;
+            const bool ok = callback->processCmdRequest(threadCmd, "{}", &reply).isOk();
+            std::lock_guard<std::mutex> lock(mMutex);
+            mOnRegisterAnswers.push_back(ok ? reply.status : NO_CALLBACK);
+        });
+        halThread.join();
     }
     return ndk::ScopedAStatus::ok();
 }

@@ -61,6 +61,11 @@ public:
     // A command (JSON "{}") that registerVirtualChannelCallback sends to the new callback
     // before it answers, as a nested call on the registering thread; 0 (default) sends none.
     void SetCommandOnRegister(int32_t cmd);
+    // A command (JSON "{}") that registerVirtualChannelCallback sends to the new callback
+    // from a thread of its own, which it joins before it answers; 0 (default) sends none.
+    // The reply's status is kept in OnRegisterAnswers().
+    void SetCommandOnRegisterFromThread(int32_t cmd);
+    std::vector<int32_t> OnRegisterAnswers() const;
     // Status of 20001-20003 answers (default 0).
     void SetCallerRequestStatus(int32_t status);
     // Whether 20001-20003 requests are parsed and kept for CallerRequests() (default true).
@@ -117,6 +122,8 @@ private:
     std::string mIdList = "[]";
     int32_t mRegisterCallbackStatus = 0;
     int32_t mCommandOnRegister = 0;
+    int32_t mThreadCommandOnRegister = 0;
+    std::vector<int32_t> mOnRegisterAnswers;
     int32_t mCallerRequestStatus = 0;
     int32_t mProcessStatus = 0;
     int mProcessItems = 0;

@@ -173,15 +173,29 @@ void SimHidlChannel::JoinReports() {
     }
 }
 
+void SimHidlChannel::SetWhileRegistering(std::function<void()> hook) {
+    std::lock_guard<std::mutex> lock(mLock);
+    mWhileRegistering = std::move(hook);
+}
+
 SimHidlChannel::Return<int32_t> SimHidlChannel::registerVirtualChannelCallback(
         const hidl_string& device, const hidl_string& service, const sp<vircam::IVirCameraChannelCallback>& callback) {
-    std::lock_guard<std::mutex> lock(mLock);
-    mChannelRegistrations.push_back({device, service});
-    if (mRegisterChannelStatus == 0 && callback != nullptr) {
-        mChannelCallback = callback;
-        mChanged.notify_all();
+    int32_t status;
+    std::function<void()> hook;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        mChannelRegistrations.push_back({device, service});
+        if (mRegisterChannelStatus == 0 && callback != nullptr) {
+            mChannelCallback = callback;
+            mChanged.notify_all();
+        }
+        status = callback == nullptr ? -1 : mRegisterChannelStatus;
+        hook = mWhileRegistering;
     }
-    return callback == nullptr ? -1 : mRegisterChannelStatus;
+    if (hook) {
+        hook();
+    }
+    return status;
 }
 
 SimHidlChannel::Return<int32_t> SimHidlChannel::unregisterVirtualChannelCallback(const hidl_string& device,

@@ -42,6 +42,9 @@ class SimHidlChannel : public vircam::IVirCameraChannel {
     void SetIdList(CameraStatus status, const std::vector<std::string>& ids);
     // Called (on the library's calling thread, no lock held) for each onVirImageBufferDone.
     void SetImageDoneListener(ImageDoneListener listener);
+    // Runs inside registerVirtualChannelCallback, on the calling thread with no lock held,
+    // after the callback was taken and before the answer: a HAL that is slow to answer.
+    void SetWhileRegistering(std::function<void()> hook);
 
     // The channel callback of the last accepted registration; null when none or after
     // its unregistration.
@@ -109,6 +112,7 @@ class SimHidlChannel : public vircam::IVirCameraChannel {
     CameraStatus mIdListStatus = CameraStatus::OK;
     std::vector<std::string> mIds;
     ImageDoneListener mImageDoneListener;
+    std::function<void()> mWhileRegistering;
     ::android::sp<vircam::IVirCameraChannelCallback> mChannelCallback;
     ::android::sp<vircam::IVirCameraSwitchCallback> mSwitchCallback;
     std::vector<DevicePair> mChannelRegistrations;

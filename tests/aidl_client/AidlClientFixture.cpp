@@ -9,7 +9,7 @@ namespace aidlclient {
 void AidlClientTest::ForgetClientState() {
     AidlVirtualCameraClient& client = AidlVirtualCameraClient::Get();
     client.BinderDied("", "");  // drops the register channel
-    android::RecursiveMutex::Autolock lock(client.MapsMutex());
+    android::Mutex::Autolock lock(client.MapsMutex());
     client.GetUserMap().clear();
     client.GetServiceMap().clear();
 }

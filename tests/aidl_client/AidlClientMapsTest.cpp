@@ -12,7 +12,7 @@ namespace {
 using android::DevStrInfo;
 
 void Fill(AidlVirtualCameraClient& client) {
-    android::RecursiveMutex::Autolock lock(client.MapsMutex());
+    android::Mutex::Autolock lock(client.MapsMutex());
     client.GetUserMap()[0] = {DevStrInfo{"devA", "svcA"}};
     client.GetUserMap()[1] = {DevStrInfo{"devB", "svcB"}, DevStrInfo{"devC", "svcC"}};
     client.GetServiceMap()[0] = std::make_shared<android::AidlService>();
@@ -20,7 +20,7 @@ void Fill(AidlVirtualCameraClient& client) {
 }
 
 std::vector<int> Modes(AidlVirtualCameraClient& client, bool users) {
-    android::RecursiveMutex::Autolock lock(client.MapsMutex());
+    android::Mutex::Autolock lock(client.MapsMutex());
     std::vector<int> modes;
     if (users) {
         for (const auto& entry : client.GetUserMap()) modes.push_back(entry.first);

@@ -2,11 +2,13 @@
 // The three-second timeout itself is covered once by the HIDL client suite.
 
 #include <chrono>
+#include <thread>
 
 #include <hostkit/BinderServices.h>
 #include <hostkit/LogCapture.h>
 
 #include "AidlClientFixture.h"
+#include "Bounded.h"
 #include "aidl/SimJson.h"
 #include "client/VirtualCameraManager.h"
 
@@ -35,6 +37,52 @@ TEST_F(AidlClientTest, SwitchOnWaitsForTheDelayedReport) {
     EXPECT_EQ(2, request.Int("cameraCount"));
     EXPECT_EQ("dev", request.Root()["deviceId"].asString());
     EXPECT_EQ("svc", request.Root()["serviceId"].asString());
+}
+
+// The HAL may report nested inside doCmdRequest, ahead of its answer: the report counts
+// once the answer's sequence number is known, as if it had come right after it.
+TEST_F(AidlClientTest, ReportInsideTheCallCounts) {
+    SimSwitchBehaviour inside;
+    inside.timing = ReportTiming::INSIDE_CALL;
+    mStreamChannel->SetSwitchOn(inside);
+    EXPECT_EQ(0, Client().SwitchOnCamStream("dev", "svc", 1, {"a"}));
+    HOSTKIT_EXPECT_LOG_LINE(4, CLIENT_TAG, "NotifySwitchOnVirtualCameraResult: get async task info lock");
+    HOSTKIT_EXPECT_LOG_LINE(4, CLIENT_TAG, "WaitForHALReturn: the async task has return, no need wait");
+    HOSTKIT_EXPECT_LOG_LINE(4, CLIENT_TAG, "SwitchOnCamStream: switch on aidl virtual camera return success!");
+    mStreamChannel->SetSwitchOff(inside);
+    EXPECT_EQ(0, Client().SwitchOffCamStream("dev", "svc"));
+    HOSTKIT_EXPECT_LOG_LINE(4, CLIENT_TAG, "NotifySwitchOffVirtualCameraResult: seqnum: 2 mSequenNum:2");
+    HOSTKIT_EXPECT_LOG_LINE(4, CLIENT_TAG, "SwitchOffCamStream: switch off aidl virtual camera end success!");
+
+    // A failure reported inside the call fails the switch without a wait.
+    SimSwitchBehaviour failed = inside;
+    failed.reportOptRet = 3;
+    mStreamChannel->SetSwitchOn(failed);
+    EXPECT_EQ(-200016, Client().SwitchOnCamStream("dev", "svc", 1, {"a"}));
+    EXPECT_EQ((std::vector<int32_t>{0, 0, 0}), mStreamChannel->ReportAnswers());
+    HOSTKIT_EXPECT_LOG_COUNT(3u, 4, CLIENT_TAG, "WaitForHALReturn: the async task has return, no need wait");
+}
+
+// While a switch waits for the HAL, the id list is answered and the HAL's report, sent
+// from another thread whenever it comes, reaches the client and ends the switch.
+TEST_F(AidlClientTest, IdListAndReportArriveWhileASwitchRuns) {
+    SimSwitchBehaviour silent;
+    silent.timing = ReportTiming::NEVER;
+    mStreamChannel->SetSwitchOn(silent);
+    mRegisterChannel->SetIdList(0, R"(["7"])");
+    auto switching = bounded::Start("SwitchOnCamStream", [this] { return Client().SwitchOnCamStream("d", "s", 1, {}); });
+    // The request reached the HAL: the switch is in its call or waits for the report.
+    const auto deadline = std::chrono::steady_clock::now() + bounded::DEADLINE;
+    while (mStreamChannel->SwitchRequests(true).empty()) {
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "the switch request never reached the HAL";
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    EXPECT_EQ(R"(["7"])", bounded::Run("GetVirtualCameraIdList", [this] { return Client().GetVirtualCameraIdList(); }));
+    auto framework = vircamsim::SimAidlFramework::Make(mStreamChannel);
+    EXPECT_EQ(0, bounded::Run("the HAL's report", [&] {
+                     return framework->SendCommand(20004, R"({"seqNo":1,"OptRet":0})").status;
+                 }));
+    EXPECT_EQ(0, switching.Get());
 }
 
 TEST_F(AidlClientTest, SwitchOnRejectsWrongReports) {

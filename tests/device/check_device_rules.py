@@ -8,9 +8,12 @@ Usage: check_device_rules.py <compile_commands.json> <library .so> <readelf>
    device would reject them (a later flag such as -fexceptions would undo an earlier one, so
    the flags alone do not prove it), and a well-formed probe must compile.
 3. The shared library is linked with immediate binding (-z now).
+4. No library source calls String8::string() or String16::string(): Debian's libutils still
+   has them public, current Android 14 releases made them private (c_str() works on all).
 """
 import json
 import os
+import re
 import shlex
 import subprocess
 import sys
@@ -83,6 +86,25 @@ def compile_probe(entry, source, workdir, name):
     return result.returncode, result.stdout + result.stderr
 
 
+PRIVATE_STRING_ACCESSOR = re.compile(r"\.string\(\)")
+
+
+def private_accessor_uses(entries):
+    """Every .cpp/.h in the library's source folders that calls string()."""
+    folders = {os.path.dirname(os.path.join(e["directory"], e["file"])) for e in entries}
+    found = []
+    for folder in sorted(folders):
+        for name in sorted(os.listdir(folder)):
+            if not name.endswith((".cpp", ".h")):
+                continue
+            path = os.path.join(folder, name)
+            with open(path, encoding="utf-8", errors="replace") as f:
+                found += [f"{path}:{number}: String8/String16::string() is private on current "
+                          "devices; use c_str()"
+                          for number, line in enumerate(f, 1) if PRIVATE_STRING_ACCESSOR.search(line)]
+    return found
+
+
 def main():
     if len(sys.argv) != 4:
         print(__doc__.strip().splitlines()[2], file=sys.stderr)
@@ -97,6 +119,8 @@ def main():
         missing = [flag for flag in DEVICE_FLAGS if flag not in arguments(entry)]
         if missing:
             errors.append(f"{entry['file']}: compiled without {' '.join(missing)}")
+
+    errors.extend(private_accessor_uses(entries))
 
     if entries:
         with tempfile.TemporaryDirectory() as workdir:

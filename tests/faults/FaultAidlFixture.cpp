@@ -18,7 +18,7 @@ using AIDLVIRTUAL_CAMERA_CLIENT::AidlVirtualCameraClient;
 void FaultAidlTest::ForgetClientState() {
     AidlVirtualCameraClient& client = AidlVirtualCameraClient::Get();
     client.BinderDied("", "");  // drops the register channel
-    android::RecursiveMutex::Autolock lock(client.MapsMutex());
+    android::Mutex::Autolock lock(client.MapsMutex());
     client.GetUserMap().clear();
     client.GetServiceMap().clear();
 }

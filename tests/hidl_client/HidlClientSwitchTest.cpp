@@ -1,9 +1,12 @@
 // Stream switching: the HAL's report before, after and never, wrong sequence numbers,
 // failure codes, and the id list.
+#include <algorithm>
+
 #include <android/log.h>
 #include <gtest/gtest.h>
 #include <hostkit/LogCapture.h>
 
+#include "Bounded.h"
 #include "ClientFixture.h"
 #include "client/VirtualCameraClient.h"
 
@@ -42,6 +45,58 @@ TEST_F(HidlClientSwitch, ReportBeforeTheWaitNeedsNoWait) {
     EXPECT_EQ(0, VirtualCameraClient::Get()->SwitchOffCamStream("dev", "svc"));
     HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_INFO, TAG, "WaitForHALReturn: the async task has return, no need wait");
     HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_ERROR, TAG, "SwitchOffCamStream: switch off virtual camera return success!");
+}
+
+// The texts of `tag`'s lines, oldest first.
+std::vector<std::string> LinesOf(const char* tag) {
+    std::vector<std::string> texts;
+    for (const hostkit::logs::LogLine& line : hostkit::logs::Lines()) {
+        if (line.tag == std::string(tag)) texts.push_back(line.text);
+    }
+    return texts;
+}
+
+// On a device the stub sends the answer when the HAL calls its result callback, and the
+// HAL may report right after: the report reaches the library before the answer does. It
+// counts once the answer's sequence number is known, as if it had come right after it.
+TEST_F(HidlClientSwitch, ReportAheadOfTheAnswerCounts) {
+    mStreamChannel->SetSwitchAnswer(CameraStatus::OK, 12345);
+    Plan(When::INSIDE_CALL);
+    EXPECT_EQ(0, SwitchOn());
+    const std::vector<std::string> expected = {
+            "NotifySwitchOnVirtualCameraResult: NotifySwitchOnVirtualCameraResult start!",
+            "NotifySwitchOnVirtualCameraResult: get async task info lock",
+            "WaitForHALReturn: the async task has return, no need wait",
+            "SwitchOnCamStream: switch on virtual camera return success!"};
+    std::vector<std::string> lines = LinesOf(TAG);
+    lines.erase(lines.begin(), std::find(lines.begin(), lines.end(), expected[0]));
+    EXPECT_EQ(expected, lines);
+
+    // A failure reported ahead of the answer fails the switch at once, without a wait.
+    hostkit::logs::Clear();
+    Plan(When::INSIDE_CALL, 0ms, false, vircamsim::vircam::VirCamOptRet::FAILED);
+    EXPECT_EQ(-1, SwitchOn());
+    HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_INFO, TAG, "WaitForHALReturn: the async task has return, no need wait");
+    HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_ERROR, TAG, "SwitchOnCamStream: switch on virtual camera return failed!");
+}
+
+// While a switch waits for the HAL, the id list is answered and the HAL's report, sent
+// from another thread whenever it comes, reaches the client and ends the switch.
+TEST_F(HidlClientSwitch, IdListAndReportArriveWhileASwitchRuns) {
+    ASSERT_TRUE(VirtualCameraClient::Get()->Init());
+    mRegisterChannel->SetIdList(CameraStatus::OK, {"7"});
+    mStreamChannel->SetSwitchAnswer(CameraStatus::OK, 41);
+    Plan(When::NEVER);
+    auto switching = bounded::Start("SwitchOnCamStream", [this] { return SwitchOn(); });
+    ASSERT_TRUE(hostkit::logs::WaitFor(ANDROID_LOG_INFO, TAG, "SwitchOnCamStream: notify save physicalCameraId success",
+                                       bounded::DEADLINE));
+    EXPECT_EQ(std::vector<std::string>{"7"},
+              bounded::Run("GetVirtualCameraIdList", [] { return VirtualCameraClient::Get()->GetVirtualCameraIdList(); }));
+    bounded::Run("the HAL's report", [] {
+        VirtualCameraClient::Get()->NotifySwitchOnVirtualCameraResult(41, vircamsim::vircam::VirCamOptRet::SUCCESS);
+        return 0;
+    });
+    EXPECT_EQ(0, switching.Get());
 }
 
 TEST_F(HidlClientSwitch, EmptyPhysicalIdsAreSentAsNull) {
