@@ -81,7 +81,6 @@ TEST_F(RegistrationWaitTest, OtherUsersWorkWhileARegistrationWaitsForTheService)
 
     ASSERT_TRUE(mStreamChannel->Kill());
     // Only the service's return ends this wait, as on a device.
-    hostkit::binder::SetWaitForServiceCap(600000);
     hostkit::logs::Clear();
     auto registration = bounded::Start("RegisterCallback waiting for the service", [this] {
         int waited = -1;
