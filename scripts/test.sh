@@ -32,7 +32,7 @@ case "$mode" in
     cmake --build "$build" -j "$(nproc)"
     python3 scripts/libcxx_syntax.py "$build"
     cd "$build"
-    ctest --output-on-failure -j "$(nproc)"
+    ctest --output-on-failure -j "$(nproc)" --timeout 600
     exit ;;
   *) echo "usage: scripts/test.sh [default|asan|tsan|ubsan|device|aarch64]" >&2; exit 2 ;;
 esac
@@ -46,4 +46,5 @@ if [ "$mode" = tsan ]; then
   export TSAN_OPTIONS="suppressions=$PWD/tests/tsan.supp ${TSAN_OPTIONS:-}"
 fi
 cd "$build"
-ctest --output-on-failure -j "$(nproc)"
+# No test sets its own limit; a test that hangs past the watchdog still ends here.
+ctest --output-on-failure -j "$(nproc)" --timeout 600

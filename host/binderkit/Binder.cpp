@@ -1,14 +1,18 @@
 #include "Binder.h"
 
 #include "BinderNode.h"
+#include "processkit/Dispatcher.h"
 
 AIBinder::AIBinder(const AIBinder_Class* clazz, void* userData)
-    : mClass(clazz), mUserData(userData), mAnchor(std::make_shared<BinderAnchor>()) {
+    : mClass(clazz),
+      mUserData(userData),
+      mOwner(&hostkit::processkit::Dispatcher::currentProcess()),
+      mAnchor(std::make_shared<BinderAnchor>()) {
     mAnchor->mBinder = this;
 }
 
 AIBinder::AIBinder(std::shared_ptr<hostkit::binder::BinderNode> node)
-    : mClass(nullptr), mUserData(nullptr), mNode(std::move(node)),
+    : mClass(nullptr), mUserData(nullptr), mOwner(nullptr), mNode(std::move(node)),
       mAnchor(std::make_shared<BinderAnchor>()) {
     mAnchor->mBinder = this;
 }

@@ -10,6 +10,9 @@
 namespace hostkit::binder {
 class BinderNode;
 }
+namespace hostkit::processkit {
+class Process;
+}
 
 struct AIBinder_Class {
     std::string mDescriptor;
@@ -44,6 +47,9 @@ struct AIBinder {
 
     std::atomic<const AIBinder_Class*> mClass;
     void* const mUserData;
+    // A local object belongs to the process that created it: calls into it run on that
+    // process's binder threads. Null for proxies.
+    hostkit::processkit::Process* const mOwner;
     const std::shared_ptr<hostkit::binder::BinderNode> mNode;  // null for local binders
     std::atomic<int32_t> mStrong{1};
     const std::shared_ptr<BinderAnchor> mAnchor;

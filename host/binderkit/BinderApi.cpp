@@ -7,8 +7,13 @@
 #include "BinderNode.h"
 #include "Parcel.h"
 #include "ServiceRegistry.h"
+#include "processkit/Dispatcher.h"
 
+using hostkit::binder::BinderNode;
 using hostkit::binder::ServiceRegistry;
+using hostkit::processkit::Dispatcher;
+using hostkit::processkit::PoolKind;
+using hostkit::processkit::Process;
 
 namespace {
 
@@ -128,25 +133,40 @@ binder_status_t AIBinder_transact(AIBinder* binder, transaction_code_t code, APa
     if (binder == nullptr || out == nullptr || request.get() == nullptr) return STATUS_UNEXPECTED_NULL;
     *out = nullptr;
 
-    ndk::SpAIBinder local;
-    if (binder->isRemote()) {
-        binder_status_t injected =
-                ServiceRegistry::instance().beginTransaction(binder->mNode->name());
-        if (injected != STATUS_OK) return injected;
-        local = binder->mNode->target();
-        if (local.get() == nullptr) return STATUS_DEAD_OBJECT;
-        localsToProxies(request.get());
-    } else {
-        AIBinder_incStrong(binder);
-        local.set(binder);
-    }
-
     ndk::ScopedAParcel reply(new (std::nothrow) AParcel());
     if (reply.get() == nullptr) return STATUS_NO_MEMORY;
-    binder_status_t status = deliver(local.get(), code, request.get(), reply.get());
-    if (status != STATUS_OK) return status;
-    if ((flags & FLAG_ONEWAY) != 0) reply.get()->reset();
-    if (binder->isRemote()) localsToProxies(reply.get());
+    if (!binder->isRemote()) {
+        // A local object is called right here, as libbinder_ndk does.
+        binder_status_t status = deliver(binder, code, request.get(), reply.get());
+        if (status != STATUS_OK) return status;
+        if ((flags & FLAG_ONEWAY) != 0) reply.get()->reset();
+    } else {
+        const std::shared_ptr<BinderNode> node = binder->mNode;
+        binder_status_t injected = ServiceRegistry::instance().beginTransaction(node->name());
+        if (injected != STATUS_OK) return injected;
+        ndk::SpAIBinder local = node->target();
+        if (local.get() == nullptr) return STATUS_DEAD_OBJECT;
+        localsToProxies(request.get());
+        Process& owner = *local.get()->mOwner;
+        if ((flags & FLAG_ONEWAY) != 0) {
+            // Queued on the owner's pool; the caller does not wait and gets an empty reply.
+            auto oneway = std::make_shared<ndk::ScopedAParcel>(request.release());
+            Dispatcher::post(owner, PoolKind::BINDER, [node, local, code, oneway] {
+                if (!node->isAlive()) return;
+                AParcel ignored;
+                (void)deliver(local.get(), code, oneway->get(), &ignored);
+            });
+        } else {
+            binder_status_t status = STATUS_OK;
+            Dispatcher::call(owner, PoolKind::BINDER, [&] {
+                // A call already running finishes; one still queued finds the process gone.
+                status = node->isAlive() ? deliver(local.get(), code, request.get(), reply.get())
+                                         : STATUS_DEAD_OBJECT;
+            });
+            if (status != STATUS_OK) return status;
+            localsToProxies(reply.get());
+        }
+    }
     reply.get()->setPosition(0);
     *out = reply.release();
     return STATUS_OK;

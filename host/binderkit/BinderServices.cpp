@@ -11,9 +11,6 @@ bool Restore(const std::string& name) { return ServiceRegistry::instance().resto
 void FailNextTransactions(const std::string& name, int n, binder_status_t status) {
     ServiceRegistry::instance().failNext(name, n, status);
 }
-void SetWaitForServiceCap(int64_t ms) {
-    ServiceRegistry::instance().setWaitCap(std::chrono::milliseconds(ms < 0 ? 0 : ms));
-}
 void UseFrameworkServiceManager(bool framework) {
     ServiceRegistry::instance().setFrameworkServiceManager(framework);
 }

@@ -7,6 +7,7 @@
 #include "Binder.h"
 #include "BinderNode.h"
 #include "DeathLink.h"
+#include "processkit/Dispatcher.h"
 
 using hostkit::binder::DeathLink;
 using hostkit::binder::RecipientState;
@@ -35,7 +36,8 @@ binder_status_t AIBinder_linkToDeath(AIBinder* binder, AIBinder_DeathRecipient* 
                                      void* cookie) {
     if (binder == nullptr || recipient == nullptr) return STATUS_UNEXPECTED_NULL;
     auto link = std::make_shared<DeathLink>(recipient->mState, cookie,
-                                            binder->isRemote() ? binder->mNode : nullptr);
+                                            binder->isRemote() ? binder->mNode : nullptr,
+                                            hostkit::processkit::Dispatcher::currentProcess());
     binder_status_t status =
             binder->isRemote() ? binder->mNode->addLink(link) : STATUS_INVALID_OPERATION;
     if (status != STATUS_OK) {

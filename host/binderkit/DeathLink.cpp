@@ -37,8 +37,8 @@ std::vector<std::shared_ptr<DeathLink>> RecipientState::takeLinks() {
 }
 
 DeathLink::DeathLink(std::shared_ptr<RecipientState> recipient, void* cookie,
-                     std::weak_ptr<BinderNode> node)
-    : mRecipient(std::move(recipient)), mCookie(cookie), mNode(std::move(node)) {}
+                     std::weak_ptr<BinderNode> node, processkit::Process& linker)
+    : mRecipient(std::move(recipient)), mCookie(cookie), mNode(std::move(node)), mLinker(linker) {}
 
 bool DeathLink::matches(const RecipientState* recipient, void* cookie) const {
     return mRecipient.get() == recipient && mCookie == cookie;

@@ -6,6 +6,10 @@
 
 #include <android/binder_ibinder.h>
 
+namespace hostkit::processkit {
+class Process;
+}
+
 namespace hostkit::binder {
 
 class BinderNode;
@@ -34,8 +38,9 @@ class RecipientState {
 // owns the single onUnlinked call; death also runs onBinderDied before it.
 class DeathLink {
   public:
+    // `linker` is the process that linked: the notice runs on its binder pool.
     DeathLink(std::shared_ptr<RecipientState> recipient, void* cookie,
-              std::weak_ptr<BinderNode> node);
+              std::weak_ptr<BinderNode> node, processkit::Process& linker);
 
     bool matches(const RecipientState* recipient, void* cookie) const;
     // True for exactly one caller.
@@ -43,11 +48,13 @@ class DeathLink {
     void deliverDeath() const;
     void deliverUnlinked() const;
     std::shared_ptr<BinderNode> node() const { return mNode.lock(); }
+    processkit::Process& linker() const { return mLinker; }
 
   private:
     const std::shared_ptr<RecipientState> mRecipient;
     void* const mCookie;
     const std::weak_ptr<BinderNode> mNode;
+    processkit::Process& mLinker;
     std::mutex mMutex;  // guards mClaimed
     bool mClaimed = false;
 };

@@ -4,19 +4,19 @@
 #include <android/log.h>
 
 #include "Binder.h"
+#include "processkit/Dispatcher.h"
 
 namespace hostkit::binder {
 
 namespace {
-constexpr std::chrono::milliseconds kDefaultWaitCap{3000};
+constexpr std::chrono::seconds LOG_STEP{1};
+// The death notices the calling thread is delivering right now (reset() may run inside one).
+thread_local size_t tDeliveringDeaths = 0;
 }  // namespace
 
 ServiceRegistry& ServiceRegistry::instance() {
-    static ServiceRegistry* registry = [] {
-        auto* r = new ServiceRegistry();  // never destroyed: binders may outlive static teardown
-        r->mWaitCap = kDefaultWaitCap;
-        return r;
-    }();
+    // Never destroyed: binders and pool threads may outlive static teardown.
+    static ServiceRegistry* registry = new ServiceRegistry();
     return *registry;
 }
 
@@ -54,28 +54,17 @@ ndk::SpAIBinder ServiceRegistry::check(const std::string& name) {
 }
 
 ndk::SpAIBinder ServiceRegistry::wait(const std::string& name) {
-    const auto start = std::chrono::steady_clock::now();
     std::unique_lock<std::mutex> lock(mMutex);
-    const auto deadline = start + mWaitCap;
-    auto nextLog = start + std::chrono::seconds(1);
+    auto nextLog = std::chrono::steady_clock::now() + LOG_STEP;
     while (mServices.count(name) == 0) {
-        const auto now = std::chrono::steady_clock::now();
-        if (now >= deadline) {
-            const auto cap = static_cast<long long>(mWaitCap.count());
-            lock.unlock();
-            __android_log_print(ANDROID_LOG_ERROR, LOG_TAG,
-                                "Gave up waiting for %s after %lld ms (host wait cap)", name.c_str(),
-                                cap);
-            return ndk::SpAIBinder();
-        }
-        if (now >= nextLog) {
+        if (std::chrono::steady_clock::now() >= nextLog) {
             lock.unlock();
             __android_log_print(ANDROID_LOG_INFO, LOG_TAG, "Waited one second for %s", name.c_str());
             lock.lock();
-            nextLog += std::chrono::seconds(1);
+            nextLog += LOG_STEP;
             continue;
         }
-        mAdded.wait_until(lock, std::min(deadline, nextLog));
+        mAdded.wait_until(lock, nextLog);
     }
     lock.unlock();
     return check(name);
@@ -170,11 +159,6 @@ void ServiceRegistry::failNext(const std::string& name, int count, binder_status
     mFailures[name] = Failure{count, status};
 }
 
-void ServiceRegistry::setWaitCap(std::chrono::milliseconds cap) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    mWaitCap = cap;
-}
-
 void ServiceRegistry::setFrameworkServiceManager(bool framework) {
     std::lock_guard<std::mutex> lock(mMutex);
     mFrameworkServiceManager = framework;
@@ -209,40 +193,49 @@ size_t ServiceRegistry::deathLinkCount(const std::string& name) {
 void ServiceRegistry::deliverDeaths(std::vector<std::shared_ptr<DeathLink>> links) {
     for (auto& link : links) {
         if (!link->claim()) continue;  // unlinked or deleted meanwhile
-        startDeathThread([this, link] {
-            link->deliverDeath();
+        processkit::Process* linker = &link->linker();
+        {
             std::lock_guard<std::mutex> lock(mMutex);
-            mDeathNotifications++;
+            mDeathsPending.insert(linker);
+        }
+        processkit::Dispatcher::post(*linker, processkit::PoolKind::BINDER, [this, link, linker] {
+            ++tDeliveringDeaths;
+            link->deliverDeath();
+            --tDeliveringDeaths;
+            {
+                std::lock_guard<std::mutex> lock(mMutex);
+                mDeathNotifications++;
+                mDeathsPending.erase(mDeathsPending.find(linker));
+            }
+            mAdded.notify_all();
         });
     }
 }
 
-void ServiceRegistry::startDeathThread(std::function<void()> delivery) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    mDeathThreads.emplace_back(std::move(delivery));
+bool ServiceRegistry::deathsSettledLocked() const {
+    // Notices queued in a process without a started pool wait for it; reset() does not.
+    size_t running = 0;
+    for (processkit::Process* process : mDeathsPending) {
+        if (process->pool(processkit::PoolKind::BINDER).started()) ++running;
+    }
+    return running <= tDeliveringDeaths;
 }
 
 void ServiceRegistry::reset() {
     std::map<std::string, std::shared_ptr<BinderNode>> services;
     std::map<std::string, ndk::SpAIBinder> killed;
     std::map<AIBinder*, std::weak_ptr<BinderNode>> anonymous;
-    std::vector<std::thread> threads;
     {
-        std::lock_guard<std::mutex> lock(mMutex);
+        std::unique_lock<std::mutex> lock(mMutex);
+        mAdded.wait(lock, [this] { return deathsSettledLocked(); });
         services.swap(mServices);
         killed.swap(mKilled);
         anonymous.swap(mAnonymous);
-        threads.swap(mDeathThreads);
         mDeclared.clear();
         mFailures.clear();
         mTransactions.clear();
         mDeathNotifications = 0;
-        mWaitCap = kDefaultWaitCap;
         mFrameworkServiceManager = false;
-    }
-    for (std::thread& t : threads) {
-        if (t.get_id() != std::this_thread::get_id()) t.join();
-        else t.detach();
     }
     // Services stop silently: their links are dropped without callbacks into old test objects.
     for (auto& [name, node] : services) {

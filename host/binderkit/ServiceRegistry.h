@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <map>
@@ -8,12 +7,15 @@
 #include <mutex>
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <android/binder_auto_utils.h>
 
 #include "BinderNode.h"
+
+namespace hostkit::processkit {
+class Process;
+}
 
 namespace hostkit::binder {
 
@@ -25,7 +27,7 @@ class ServiceRegistry {
 
     binder_exception_t add(const std::string& name, AIBinder* binder);
     ndk::SpAIBinder check(const std::string& name);
-    // Null after the wait cap.
+    // Blocks until name is registered, without limit, as servicemanager does.
     ndk::SpAIBinder wait(const std::string& name);
     bool isDeclared(const std::string& name);
     // Declared instance names of interface, without the "interface/" prefix.
@@ -41,7 +43,6 @@ class ServiceRegistry {
     bool kill(const std::string& name);
     bool restore(const std::string& name);
     void failNext(const std::string& name, int count, binder_status_t status);
-    void setWaitCap(std::chrono::milliseconds cap);
     // Whether libbinder's defaultServiceManager() is the framework's (true) or, as for a
     // vendor process, vndservicemanager (false, the default).
     void setFrameworkServiceManager(bool framework);
@@ -51,15 +52,15 @@ class ServiceRegistry {
     size_t deathLinkCount(const std::string& name);
     void reset();
 
-    // Runs a death delivery on a thread of its own; reset() joins them.
-    void startDeathThread(std::function<void()> delivery);
-
   private:
     struct Failure {
         int remaining = 0;
         binder_status_t status = STATUS_OK;
     };
+    // Each notice is queued on the binder pool of the process that linked.
     void deliverDeaths(std::vector<std::shared_ptr<DeathLink>> links);
+    // No notice under way that a started pool will run, besides the calling thread's own.
+    bool deathsSettledLocked() const;
 
     std::mutex mMutex;  // guards the members below
     std::condition_variable mAdded;
@@ -70,9 +71,9 @@ class ServiceRegistry {
     std::map<std::string, Failure> mFailures;
     std::map<std::string, uint64_t> mTransactions;
     uint64_t mDeathNotifications = 0;
-    std::chrono::milliseconds mWaitCap;
     bool mFrameworkServiceManager = false;
-    std::vector<std::thread> mDeathThreads;
+    // The process of every death notice queued or running.
+    std::multiset<processkit::Process*> mDeathsPending;
 };
 
 }  // namespace hostkit::binder

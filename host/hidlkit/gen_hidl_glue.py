@@ -4,7 +4,8 @@
 For each interface: descriptor, castFrom, getService, tryGetService,
 registerAsService, registerForNotifications and a proxy class that forwards
 every method to the service object through the host runtime, serving it
-under the rules of hidl-gen's stubs (see hidlkit/HidlGlue.h). The proxy class
+under the rules of hidl-gen's stubs on a thread of the service's process
+(see hidlkit/HidlGlue.h). The proxy class
 of each interface is also what local objects of it arrive as when passed
 through a call.
 """
@@ -83,7 +84,9 @@ def proxy_method(ret, method, params, callbacks):
             callback = (ptype, pname)
             args.append("_hidl_stub_cb")
         else:
-            args.append("::hostkit::hidl::detail::transported(%s)" % pname)
+            # Written to the parcel on the caller's thread, before the call is sent.
+            lines.append("        auto _hidl_in_%s = ::hostkit::hidl::detail::sent(%s);" % (pname, pname))
+            args.append("_hidl_in_%s" % pname)
     call = "mImpl->%s(%s)" % (method, ", ".join(args))
     if callback is not None:
         lines += [

@@ -7,6 +7,7 @@
 #include <hostkit/BinderServices.h>
 
 #include "aidl/SimJson.h"
+#include "process/SimProcess.h"
 
 namespace vircamsim {
 
@@ -36,6 +37,9 @@ ndk::ScopedFileDescriptor MakeItemFd() {
 }  // namespace
 
 std::shared_ptr<SimAidlChannel> SimAidlChannel::Start(const std::string& instance) {
+    StartHalThreadPools();
+    // The binder object belongs to the process that creates it (its first asBinder()).
+    const AsHal hal;
     auto channel = ndk::SharedRefBase::make<SimAidlChannel>(instance);
     hostkit::binder::Declare(channel->Name());
     if (AServiceManager_addService(channel->asBinder().get(), channel->Name().c_str()) != EX_NONE) {
@@ -260,7 +264,7 @@ void SimAidlChannel::Switch(bool on, const std::string& data, StatusResult* ret)
             const auto delay = std::chrono::milliseconds(behaviour.delayMs);
             std::lock_guard<std::mutex> lock(mMutex);
             // The HAL answers first and reports later, from a thread of its own.
-            mReporter = std::thread([this, on, report, delay] {
+            mReporter = HalThread([this, on, report, delay] {
                 std::this_thread::sleep_for(delay);
                 SendReport(on, report);
             });
@@ -338,7 +342,7 @@ ndk::ScopedAStatus SimAidlChannel::registerVirtualChannelCallback(
     }
     if (threadCmd != 0) {
         // The HAL's own thread calls back while this call waits for it.
-        std::thread halThread([this, callback, threadCmd] {
+        std::thread halThread = HalThread([this, callback, threadCmd] {
             StatusResult reply;
             const bool ok = callback->processCmdRequest(threadCmd, "{}", &reply).isOk();
             std::lock_guard<std::mutex> lock(mMutex);

@@ -5,6 +5,7 @@
 #include <json/value.h>
 
 #include "aidl/SimJson.h"
+#include "process/SimProcess.h"
 
 namespace vircamsim {
 
@@ -64,6 +65,7 @@ StatusResult SimAidlFramework::Finish(const ndk::ScopedAStatus& status, StatusRe
 }
 
 StatusResult SimAidlFramework::SendCommand(int32_t cmd, const std::string& json) {
+    const AsHal hal;
     std::shared_ptr<IVirCameraChannelCallback> target = Target();
     StatusResult reply;
     if (target == nullptr) {
@@ -76,6 +78,7 @@ StatusResult SimAidlFramework::SendCommand(int32_t cmd, const std::string& json)
 
 StatusResult SimAidlFramework::SendInfoData(int32_t cmd, const std::string& json,
                                             const std::vector<InfoData>& items) {
+    const AsHal hal;
     std::shared_ptr<IVirCameraChannelCallback> target = Target();
     StatusResult reply;
     if (target == nullptr) {

@@ -1,5 +1,9 @@
 #include "hidl/SimCameraProvider.h"
 
+#include <hostkit/HidlServices.h>
+
+#include "process/SimProcess.h"
+
 namespace vircamsim {
 
 using ::android::sp;
@@ -10,6 +14,9 @@ using ::android::hardware::Void;
 using ::android::hardware::camera::common::V1_0::Status;
 
 sp<SimCameraProvider> SimCameraProvider::Start() {
+    hostkit::hidl::Declare(descriptor, INSTANCE);
+    StartHalThreadPools();
+    const AsHal hal;
     sp<SimCameraProvider> provider = new SimCameraProvider();
     if (provider->registerAsService(INSTANCE) != ::android::OK) {
         return nullptr;
@@ -18,11 +25,14 @@ sp<SimCameraProvider> SimCameraProvider::Start() {
 }
 
 sp<SimCameraProvider> SimCameraProvider::StartLate(std::chrono::milliseconds delay) {
+    // Declared at once: lookups wait for the registration.
+    hostkit::hidl::Declare(descriptor, INSTANCE);
+    StartHalThreadPools();
     sp<SimCameraProvider> provider = new SimCameraProvider();
     // The thread uses the raw pointer: the returned sp keeps the object alive until the
     // destructor (or JoinLateStart) has joined it.
     SimCameraProvider* self = provider.get();
-    provider->mLateStart = std::thread([self, delay] {
+    provider->mLateStart = HalThread([self, delay] {
         std::this_thread::sleep_for(delay);
         self->mLateStartOk = self->registerAsService(INSTANCE) == ::android::OK;
     });

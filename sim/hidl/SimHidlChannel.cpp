@@ -2,6 +2,8 @@
 
 #include <hostkit/HidlServices.h>
 
+#include "process/SimProcess.h"
+
 namespace vircamsim {
 
 using ::android::sp;
@@ -9,6 +11,10 @@ using ::android::hardware::hidl_vec;
 using ::android::hardware::Void;
 
 sp<SimHidlChannel> SimHidlChannel::Start(const std::string& instance) {
+    // The vendor manifest declares the instance; the HAL process registers it.
+    hostkit::hidl::Declare(IVirCameraChannel::descriptor, instance);
+    StartHalThreadPools();
+    const AsHal hal;
     sp<SimHidlChannel> channel = new SimHidlChannel(instance);
     if (channel->registerAsService(instance) != ::android::OK) {
         return nullptr;
@@ -320,10 +326,11 @@ SimHidlChannel::Return<void> SimHidlChannel::Switch(bool on, switchOnVirCamera_c
             break;
         case SwitchReportPlan::When::AFTER_DELAY: {
             std::lock_guard<std::mutex> lock(mLock);
-            mReportThreads.emplace_back([this, on, callback, reported, plan] {
+            // The HAL reports later, from a thread of its own.
+            mReportThreads.push_back(HalThread([this, on, callback, reported, plan] {
                 std::this_thread::sleep_for(plan.delay);
                 Report(on, callback, reported, plan.ret);
-            });
+            }));
             break;
         }
         case SwitchReportPlan::When::NEVER:

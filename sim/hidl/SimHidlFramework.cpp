@@ -2,6 +2,8 @@
 
 #include <hostkit/Mapper.h>
 
+#include "process/SimProcess.h"
+
 namespace vircamsim {
 
 using ::android::sp;
@@ -58,6 +60,7 @@ std::optional<uint32_t> SimHidlFramework::OpenDataSession(const std::string& dev
 
 std::optional<SimHidlFramework::SessionAnswer> SimHidlFramework::OpenControlSessionAnswer(const std::string& device,
                                                                                        const std::string& service) {
+    const AsHal hal;
     sp<vircam::IVirCameraChannelCallback> callback = Callback();
     if (callback == nullptr) {
         return std::nullopt;
@@ -71,6 +74,7 @@ std::optional<SimHidlFramework::SessionAnswer> SimHidlFramework::OpenControlSess
 
 std::optional<SimHidlFramework::SessionAnswer> SimHidlFramework::OpenDataSessionAnswer(const std::string& device,
                                                                                     const std::string& service) {
+    const AsHal hal;
     sp<vircam::IVirCameraChannelCallback> callback = Callback();
     if (callback == nullptr) {
         return std::nullopt;
@@ -83,17 +87,20 @@ std::optional<SimHidlFramework::SessionAnswer> SimHidlFramework::OpenDataSession
 }
 
 std::optional<SimHidlFramework::OptResult> SimHidlFramework::CloseControlSession(uint32_t sessionId) {
+    const AsHal hal;
     sp<vircam::IVirCameraChannelCallback> callback = Callback();
     return callback == nullptr ? std::nullopt : Checked(callback->closeControlSession(sessionId));
 }
 
 std::optional<SimHidlFramework::OptResult> SimHidlFramework::CloseDataSession(uint32_t sessionId) {
+    const AsHal hal;
     sp<vircam::IVirCameraChannelCallback> callback = Callback();
     return callback == nullptr ? std::nullopt : Checked(callback->closeDataSession(sessionId));
 }
 
 std::optional<SimHidlFramework::OptResult> SimHidlFramework::ConfigureStreams(uint32_t sessionId,
                                                                             const std::vector<StreamSpec>& streams) {
+    const AsHal hal;
     sp<vircam::IVirCameraChannelCallback> callback = Callback();
     if (callback == nullptr) {
         return std::nullopt;
@@ -133,6 +140,7 @@ std::optional<SimHidlFramework::OptResult> SimHidlFramework::ConfigureStreams(ui
 
 std::optional<std::pair<SimHidlFramework::OptResult, uint32_t>> SimHidlFramework::SendImageRequest(
         uint32_t sessionId, uint32_t frameNumber) {
+    const AsHal hal;
     sp<vircam::IVirCameraChannelCallback> callback = Callback();
     if (callback == nullptr) {
         return std::nullopt;
@@ -161,6 +169,7 @@ std::optional<std::pair<SimHidlFramework::OptResult, uint32_t>> SimHidlFramework
 
 std::optional<SimHidlFramework::OptResult> SimHidlFramework::SendMetaRequest(
         uint32_t sessionId, uint32_t metaId, const std::vector<vircam::MetaItem>& items) {
+    const AsHal hal;
     sp<vircam::IVirCameraChannelCallback> callback = Callback();
     if (callback == nullptr) {
         return std::nullopt;
@@ -172,6 +181,7 @@ std::optional<SimHidlFramework::OptResult> SimHidlFramework::SendMetaRequest(
 }
 
 std::optional<SimHidlFramework::OptResult> SimHidlFramework::Flush(uint32_t sessionId) {
+    const AsHal hal;
     sp<vircam::IVirCameraChannelCallback> callback = Callback();
     if (callback == nullptr) {
         return std::nullopt;
@@ -182,6 +192,7 @@ std::optional<SimHidlFramework::OptResult> SimHidlFramework::Flush(uint32_t sess
 }
 
 std::optional<SimHidlFramework::OptResult> SimHidlFramework::UnregisterAllBuffers(uint32_t sessionId) {
+    const AsHal hal;
     sp<vircam::IVirCameraChannelCallback> callback = Callback();
     if (callback == nullptr) {
         return std::nullopt;
@@ -214,7 +225,7 @@ void SimHidlFramework::StartStreaming(uint32_t sessionId, uint32_t firstFrame, u
     StopStreaming();
     mStopStreaming = false;
     mStreamedOk = 0;
-    mStreamer = std::thread([this, sessionId, firstFrame, count, period] {
+    mStreamer = HalThread([this, sessionId, firstFrame, count, period] {
         auto next = std::chrono::steady_clock::now();
         for (uint32_t i = 0; i < count && !mStopStreaming; ++i) {
             if (!WaitForSlotsFree(firstFrame + i, SLOT_WAIT) || !SendImageRequest(sessionId, firstFrame + i).has_value()) {

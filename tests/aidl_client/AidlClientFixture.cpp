@@ -17,7 +17,6 @@ void AidlClientTest::ForgetClientState() {
 void AidlClientTest::SetUp() {
     hostkit::binder::Reset();
     hostkit::mapper::Reset();
-    hostkit::binder::SetWaitForServiceCap(200);
     mRegisterChannel = vircamsim::SimAidlChannel::Start(vircamsim::SimAidlChannel::REGISTER);
     mStreamChannel = vircamsim::SimAidlChannel::Start(vircamsim::SimAidlChannel::STREAM_CHANGE);
     ASSERT_NE(nullptr, mRegisterChannel);

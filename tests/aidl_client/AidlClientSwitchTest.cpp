@@ -178,10 +178,12 @@ TEST_F(AidlClientTest, SwitchOffFollowsTheReport) {
 }
 
 TEST_F(AidlClientTest, SwitchWithoutStreamChangeService) {
+    // A device without the instance: a declared one that died would be waited for.
     ASSERT_TRUE(mStreamChannel->Kill());
+    hostkit::binder::Undeclare(mStreamChannel->Name());
     EXPECT_EQ(0, Client().SwitchOffCamStream("dev", "svc"));
     HOSTKIT_EXPECT_LOG_LINE(5, CLIENT_TAG, "SwitchOffCamStream: Can not find service!");
-    EXPECT_EQ(-200014, Client().SwitchOnCamStream("dev", "svc", 1, {}));  // after the 200 ms wait cap
+    EXPECT_EQ(-200014, Client().SwitchOnCamStream("dev", "svc", 1, {}));
     HOSTKIT_EXPECT_LOG_LINE(6, CLIENT_TAG, "SwitchOnCamStream: Can not find service!");
 }
 

@@ -12,8 +12,8 @@ void AidlE2eTest::SetUp() {
     hostkit::binder::Reset();
     hostkit::mapper::Reset();
     hostkit::logs::Clear();
-    hostkit::binder::SetWaitForServiceCap(200);
-    ASSERT_TRUE(hostkit::mapper::Offer({4}));
+    // Binderized: the mapper death test needs a mapper process that can die.
+    ASSERT_TRUE(hostkit::mapper::Offer({4}, hostkit::mapper::Transport::BINDERIZED));
     mRegisterChannel = vircamsim::SimAidlChannel::Start(vircamsim::SimAidlChannel::REGISTER);
     mStreamChannel = vircamsim::SimAidlChannel::Start(vircamsim::SimAidlChannel::STREAM_CHANGE);
     ASSERT_NE(mRegisterChannel, nullptr);

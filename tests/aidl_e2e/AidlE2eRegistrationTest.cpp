@@ -40,11 +40,14 @@ TEST_F(RegistrationTest, FactoryLogsAndEachModeStartsItsOwnConnection) {
 }
 
 TEST_F(RegistrationTest, MissingServiceFailsAndStoresNothing) {
+    // Not on this device: a declared service that died would be waited for.
     ASSERT_TRUE(mRegisterChannel->Kill());
+    hostkit::binder::Undeclare(mRegisterChannel->Name());
     int result = 0;
     Register("dev", "svc", IVirCameraWrapper::MODE_REGISTER, &result);
     EXPECT_EQ(-200014, result);
     HOSTKIT_EXPECT_LOG_LINE(TAG_PRIO_ERROR, WRAPPER_TAG, "RegisterCallback failed with ret=-200014");
+    hostkit::binder::Declare(mRegisterChannel->Name());
     ASSERT_TRUE(mRegisterChannel->Restore());
     Register("dev", "svc", IVirCameraWrapper::MODE_REGISTER, &result);
     EXPECT_EQ(0, result);

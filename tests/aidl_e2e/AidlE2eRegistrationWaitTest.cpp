@@ -1,9 +1,8 @@
 // A registration holds no lock while it waits for the HAL's service or for the HAL's
 // answer: the HAL can call back from a thread of its own meanwhile, other users keep
-// working, and the library says when the process has no binder thread pool for the
-// HAL's calls. Every call that could hang runs bounded.
+// working. Every call that could hang runs bounded. (A process without a binder thread
+// pool has a test program of its own: tests/aidl_no_pool.)
 
-#include <android/binder_process.h>
 #include <hostkit/BinderServices.h>
 #include <hostkit/LogCapture.h>
 
@@ -81,7 +80,6 @@ TEST_F(RegistrationWaitTest, OtherUsersWorkWhileARegistrationWaitsForTheService)
 
     ASSERT_TRUE(mStreamChannel->Kill());
     // Only the service's return ends this wait, as on a device.
-    hostkit::binder::SetWaitForServiceCap(600000);
     hostkit::logs::Clear();
     auto registration = bounded::Start("RegisterCallback waiting for the service", [this] {
         int waited = -1;
@@ -108,25 +106,6 @@ TEST_F(RegistrationWaitTest, OtherUsersWorkWhileARegistrationWaitsForTheService)
     EXPECT_EQ(0, registration.Get());
     HOSTKIT_EXPECT_LOG_LINE(TAG_PRIO_INFO, WRAPPER_TAG, "RegisterCallback success with start service mode:0");
     EXPECT_EQ(0, framework->Flush().status);
-}
-
-// The library never starts a binder thread pool; it says so when it registers without one.
-TEST_F(RegistrationWaitTest, RegistrationWithoutABinderThreadPoolIsReported) {
-    const std::string noPool =
-        "RegisterCallback: no binder thread pool runs in this process, so the HAL's calls and death notices "
-        "cannot arrive; the process's main must call ABinderProcess_startThreadPool() before registering";
-    ASSERT_FALSE(ABinderProcess_isThreadPoolStarted()) << "this test needs a process without a pool";
-    int result = -1;
-    Register("devA", "devA-svc", IVirCameraWrapper::MODE_REGISTER, &result);
-    EXPECT_EQ(0, result);  // registration goes on
-    HOSTKIT_EXPECT_LOG_LINE(TAG_PRIO_ERROR, SERVICE_TAG, noPool);
-    EXPECT_FALSE(ABinderProcess_isThreadPoolStarted());
-
-    ABinderProcess_startThreadPool();
-    hostkit::logs::Clear();
-    Register("devB", "devB-svc", IVirCameraWrapper::MODE_STREAM_CHANGE, &result);
-    EXPECT_EQ(0, result);
-    EXPECT_EQ(0u, hostkit::logs::Count(TAG_PRIO_ERROR, SERVICE_TAG, noPool));
 }
 
 }  // namespace

@@ -176,7 +176,7 @@ TEST_F(CallbackHidlCacheTest, ImportFailureLeavesNoEntry) {
 // The mapper dies between two requests and comes back: cached buffers keep working
 // through a new watcher, and everything is still freed once.
 TEST_F(CallbackHidlCacheTest, MapperDeathBetweenRequests) {
-    ASSERT_TRUE(hostkit::mapper::Offer({4}));
+    ASSERT_TRUE(hostkit::mapper::Offer({4}, hostkit::mapper::Transport::BINDERIZED));
     BufferRing ring(2);
     const auto fdsBefore = OpenFds();
     ASSERT_TRUE(Cache(0, 0, ring[0]));

@@ -24,7 +24,6 @@ class KitTest : public ::testing::Test {
         hostkit::mapper::Reset();
         hostkit::hidl::Reset();
         hostkit::binder::Reset();
-        hostkit::hidl::SetGetServiceWait(std::chrono::milliseconds(50));
         hostkit::logs::Clear();
     }
     void SetUp() override { ResetKit(); }

@@ -44,7 +44,7 @@ TEST_F(CallbackMapperWatcherTest, UnregisterTwiceUnlinksOnce) {
 
 TEST_F(CallbackMapperWatcherTest, LinkFollowsRegistration) {
     using android::hardware::graphics::mapper::V4_0::IMapper;
-    ASSERT_TRUE(hostkit::mapper::Offer({4}));
+    ASSERT_TRUE(hostkit::mapper::Offer({4}, hostkit::mapper::Transport::BINDERIZED));
     sp<android::MapperDeathWatcher> watcher = new android::MapperDeathWatcher(nullptr);
     ASSERT_EQ(0, watcher->RegServiceLinkDeath());
     EXPECT_EQ(1u, hostkit::hidl::LinkCount(IMapper::descriptor, "default"));
@@ -55,7 +55,7 @@ TEST_F(CallbackMapperWatcherTest, LinkFollowsRegistration) {
 // After the mapper died the callback forgets its watcher; the next buffer operation
 // builds a new one on whatever mapper is offered then.
 TEST_F(CallbackMapperWatcherTest, DeathDropsTheWatcherAndTheNextUsePicksANewMapper) {
-    ASSERT_TRUE(hostkit::mapper::Offer({4}));
+    ASSERT_TRUE(hostkit::mapper::Offer({4}, hostkit::mapper::Transport::BINDERIZED));
     BufferRing ring(1);
     ASSERT_TRUE(Cache(0, 0, ring[0]));
     HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_DEBUG, HIDL_TAG, "RegServiceLinkDeath mapper OK");

@@ -26,8 +26,8 @@ void FaultAidlTest::ForgetClientState() {
 void FaultAidlTest::SetUp() {
     hostkit::binder::Reset();
     hostkit::mapper::Reset();
-    hostkit::binder::SetWaitForServiceCap(200);
-    ASSERT_TRUE(hostkit::mapper::Offer({4}));
+    // Binderized: the mapper death faults need a mapper process that can die.
+    ASSERT_TRUE(hostkit::mapper::Offer({4}, hostkit::mapper::Transport::BINDERIZED));
     mRegister = vircamsim::SimAidlChannel::Start(vircamsim::SimAidlChannel::REGISTER);
     mStream = vircamsim::SimAidlChannel::Start(vircamsim::SimAidlChannel::STREAM_CHANGE);
     ASSERT_NE(nullptr, mRegister);

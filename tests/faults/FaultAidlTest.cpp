@@ -57,6 +57,8 @@ TEST_P(FaultAidlManager, DeadChannelAnswersWithoutHanging) {
     const ManagerCase& c = GetParam();
     ASSERT_EQ("0", Send(CHECK, R"({"type":"VIRTUAL"})"));
     KillAndWait(c.streamChannel ? mStream : mRegister);
+    // Gone for good: a declared service that died is waited for (waitForService), as on a device.
+    hostkit::binder::Undeclare((c.streamChannel ? mStream : mRegister)->Name());
     EXPECT_EQ(c.deadAnswer, Send(c.cmd, c.json));
     EXPECT_EQ(0u, mSource->Deaths());
     ExpectNothingLeft();
@@ -129,6 +131,8 @@ TEST_F(FaultAidlConnection, RegisterCallFailingInTransportLeavesTheHalWithoutCal
 
 TEST_F(FaultAidlConnection, DeadChannelBeforeRegistrationAnswersNoService) {
     KillAndWait(mRegister);
+    // Gone for good: a declared service that died is waited for (waitForService), as on a device.
+    hostkit::binder::Undeclare(mRegister->Name());
     EXPECT_EQ(-200014, Register());
     EXPECT_EQ(0u, mSource->Deaths());
     ExpectNothingLeft();

@@ -2,6 +2,8 @@
 
 #include <hostkit/HidlServices.h>
 
+#include "process/SimProcess.h"
+
 namespace faults {
 
 using ::android::hardware::Void;
@@ -10,6 +12,9 @@ namespace vircam = vircamsim::vircam;
 ::android::sp<FaultHidlChannel> FaultHidlChannel::Start(const std::string& instance) {
     ::android::sp<vircamsim::SimHidlChannel> sim = vircamsim::SimHidlChannel::Start("fault." + instance);
     if (sim == nullptr) return nullptr;
+    // The faulty channel is the HAL's service under the declared name, in the HAL process.
+    hostkit::hidl::Declare(vircam::IVirCameraChannel::descriptor, instance);
+    const vircamsim::AsHal hal;
     ::android::sp<FaultHidlChannel> channel = new FaultHidlChannel(instance, sim);
     if (channel->registerAsService(instance) != ::android::OK) return nullptr;
     return channel;

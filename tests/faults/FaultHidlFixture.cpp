@@ -16,8 +16,8 @@ void FaultHidlTest::SetUp() {
     hostkit::hidl::Reset();
     hostkit::binder::Reset();
     hostkit::mapper::Reset();
-    hostkit::hidl::SetGetServiceWait(std::chrono::milliseconds(50));
-    ASSERT_TRUE(hostkit::mapper::Offer({2, 3, 4}));
+    // Binderized: the mapper death faults need a mapper process that can die.
+    ASSERT_TRUE(hostkit::mapper::Offer({2, 3, 4}, hostkit::mapper::Transport::BINDERIZED));
     mRegister = FaultHidlChannel::Start(vircamsim::REGISTER_INSTANCE);
     mStream = FaultHidlChannel::Start(vircamsim::STREAM_CHANGE_INSTANCE);
     mProvider = vircamsim::SimCameraProvider::Start();

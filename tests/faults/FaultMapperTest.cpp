@@ -32,7 +32,7 @@ class FaultMapper : public FaultHidlTest, public ::testing::WithParamInterface<i
   protected:
     void SetUp() override {
         FaultHidlTest::SetUp();
-        ASSERT_TRUE(hostkit::mapper::Offer({GetParam()}));
+        ASSERT_TRUE(hostkit::mapper::Offer({GetParam()}, hostkit::mapper::Transport::BINDERIZED));
         ASSERT_EQ(0, Register());
         StartSession();
         hostkit::logs::Clear();

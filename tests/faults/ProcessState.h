@@ -9,6 +9,7 @@
 // targets, so a replaced descriptor shows) and the threads of the process.
 namespace faults {
 
+// The process's threads, binder pool threads left out.
 size_t ThreadCount();
 // Waits up to `timeout` for the thread count to come down to `expected`: a thread that has
 // been joined can still be listed for a moment. Returns the last count seen.

@@ -11,7 +11,6 @@ void HidlClientFixture::StartHal(bool withProvider) {
     hostkit::hidl::Reset();
     hostkit::binder::Reset();
     hostkit::mapper::Reset();
-    hostkit::hidl::SetGetServiceWait(std::chrono::milliseconds(50));
     mRegisterChannel = vircamsim::SimHidlChannel::Start(vircamsim::REGISTER_INSTANCE);
     mStreamChannel = vircamsim::SimHidlChannel::Start(vircamsim::STREAM_CHANGE_INSTANCE);
     ASSERT_NE(nullptr, mRegisterChannel);

@@ -1,6 +1,7 @@
 // Init's wait for the provider, and the register / unregister result codes.
 #include <android/log.h>
 #include <gtest/gtest.h>
+#include <hostkit/HidlServices.h>
 #include <hostkit/LogCapture.h>
 
 #include "ClientFixture.h"
@@ -44,7 +45,9 @@ TEST_F(HidlClientInit, ProviderAppearingLateIsWaitedFor) {
 
 TEST_F(HidlClientInit, MissingChannelFailsAfterProvider) {
     mProvider = vircamsim::SimCameraProvider::Start();
+    // Not on this device: getService() would wait for a declared channel that died.
     mRegisterChannel->Kill();
+    hostkit::hidl::Undeclare(vircamsim::vircam::IVirCameraChannel::descriptor, mRegisterChannel->Instance());
     EXPECT_FALSE(VirtualCameraClient::Get()->Init());
     HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_ERROR, TAG, "Init: Can not find IVirCameraChannel service!");
 }

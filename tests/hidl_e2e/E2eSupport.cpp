@@ -40,7 +40,6 @@ void HidlE2eFixture::SetUp() {
     hostkit::binder::Reset();
     hostkit::mapper::Reset();
     hostkit::logs::Clear();
-    hostkit::hidl::SetGetServiceWait(std::chrono::milliseconds(50));
     ASSERT_TRUE(hostkit::mapper::Offer({2, 3, 4}));
     mRegisterChannel = vircamsim::SimHidlChannel::Start(vircamsim::REGISTER_INSTANCE);
     mStreamChannel = vircamsim::SimHidlChannel::Start(vircamsim::STREAM_CHANGE_INSTANCE);

@@ -34,6 +34,7 @@ const std::string kInstance = "virtualcamera.register";
 class KitHidlStubRules : public ::testing::Test {
   protected:
     void SetUp() override {
+        hostkit::hidl::Declare(IVirCameraChannel::descriptor, kInstance);
         mChannel = new FakeChannel();
         ASSERT_EQ(mChannel->registerAsService(kInstance), ::android::OK);
         mProxy = IVirCameraChannel::tryGetService(kInstance);
@@ -108,6 +109,7 @@ TEST_F(KitHidlStubRules, ResultsArriveAsCopiesLivingUntilTheClientCallbackReturn
     EXPECT_EQ(ids, (std::vector<std::string>{"0", "1"}));
 
     sp<FenceMapper> mapper = new FenceMapper();
+    hostkit::hidl::Declare(IMapper::descriptor, "kit.test");
     ASSERT_EQ(mapper->registerAsService("kit.test"), ::android::OK);
     sp<IMapper> mapperProxy = IMapper::getService("kit.test");
     ASSERT_NE(mapperProxy, nullptr);

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <hostkit/HidlServices.h>
 #include <hostkit/Mapper.h>
 
 #include "MapperClient.h"
@@ -12,6 +13,11 @@ std::vector<bool> Found() {
     return {MapperClient<MapperV2>::Lookup() != nullptr, MapperClient<MapperV3>::Lookup() != nullptr,
             MapperClient<MapperV4>::Lookup() != nullptr};
 }
+
+class NeverDies : public android::hardware::hidl_death_recipient {
+  public:
+    void serviceDied(uint64_t, const android::wp<android::hidl::base::V1_0::IBase>&) override {}
+};
 
 class KitMapperOffer : public ::testing::Test {
   protected:
@@ -36,7 +42,7 @@ TEST_F(KitMapperOffer, LookupsFindExactlyTheOfferedVersions) {
 }
 
 TEST_F(KitMapperOffer, KilledServiceFailsCallsWithDeadObjectUntilRestored) {
-    ASSERT_TRUE(km::Offer({2, 4}));
+    ASSERT_TRUE(km::Offer({2, 4}, km::Transport::BINDERIZED));
     auto service = MapperClient<MapperV4>::Lookup();
     ASSERT_NE(service, nullptr);
     EXPECT_TRUE(service->isRemote());
@@ -66,16 +72,23 @@ TEST_F(KitMapperOffer, KilledServiceFailsCallsWithDeadObjectUntilRestored) {
     km::FreeAllocated(raw);
 }
 
-TEST_F(KitMapperOffer, PassthroughHandsOutTheObjectItself) {
-    ASSERT_TRUE(km::Offer({3}, km::Transport::PASSTHROUGH));
+// As on a device, the HIDL mappers are passthrough unless a test asks otherwise.
+TEST_F(KitMapperOffer, MappersArePassthroughByDefault) {
+    ASSERT_TRUE(km::Offer({3}));
     MapperClient<MapperV3> client(MapperClient<MapperV3>::Lookup());
     ASSERT_NE(client.Service(), nullptr);
     EXPECT_FALSE(client.Service()->isRemote());
+    EXPECT_EQ(client.Service(), MapperClient<MapperV3>::Lookup()) << "the object itself, every time";
+    android::sp<NeverDies> recipient = new NeverDies();
+    EXPECT_TRUE(client.Service()->linkToDeath(recipient, 1).withDefault(false));
     native_handle_t* raw = km::Allocate(64, 64, NV21, CPU_READ_WRITE);
     auto imported = client.Import(raw);
     ASSERT_EQ(imported.error, MapperV3::Error::NONE);
+    const uint64_t told = hostkit::hidl::DeathNotificationsDelivered();
     ASSERT_TRUE(km::Kill(3));
     EXPECT_EQ(MapperClient<MapperV3>::Lookup(), nullptr);
+    hostkit::hidl::WaitForDeathNotifications();
+    EXPECT_EQ(hostkit::hidl::DeathNotificationsDelivered(), told) << "an in-process mapper never dies";
     EXPECT_EQ(client.Free(imported.buffer), std::make_pair(true, MapperV3::Error::NONE))
         << "an in-process mapper keeps working for those holding it";
     km::FreeAllocated(raw);

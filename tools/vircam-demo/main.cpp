@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <string>
 
+#include <android/binder_process.h>
 #include <hostkit/BinderServices.h>
 #include <hostkit/HidlServices.h>
 #include <hostkit/Mapper.h>
@@ -87,6 +88,9 @@ int main(int argc, char** argv) {
         fprintf(stderr, "vircam-demo: %s\n%s", error.c_str(), DemoUsage());
         return 2;
     }
+    // A video service's main starts its binder thread pool before anything else: the HAL's
+    // calls and death notices arrive on it (HIDL's pool starts by itself with a callback).
+    ABinderProcess_startThreadPool();
     // The simulated device: its graphics mapper, and the HAL transport its manifest declares
     // (HIDL unless --transport aidl), which GetVersion reports.
     hostkit::mapper::Offer({4, 3, 2});

@@ -16,8 +16,10 @@ void Declare(const std::string& name);
 void Undeclare(const std::string& name);
 
 // The service leaves the manager; every proxy of it answers STATUS_DEAD_OBJECT from then on.
-// Each linked recipient's onBinderDied(cookie) runs once on a thread of its own, then
-// onUnlinked(cookie). False if the name is not registered.
+// Calls still queued for a thread of the service's process fail with STATUS_DEAD_OBJECT; one
+// already running finishes. Each linked recipient's onBinderDied(cookie) runs once on a
+// binder thread of the process that linked (once its pool is started), then onUnlinked(cookie).
+// False if the name is not registered.
 bool Kill(const std::string& name);
 // Registers the killed service object again under its name (new proxies). False if none.
 bool Restore(const std::string& name);
@@ -26,17 +28,15 @@ bool Restore(const std::string& name);
 // the service.
 void FailNextTransactions(const std::string& name, int n, binder_status_t status);
 
-// How long AServiceManager_waitForService waits before it logs and returns null (default 3 s).
-void SetWaitForServiceCap(int64_t ms);
-
 // Which service manager libbinder's defaultServiceManager() reaches. By default this process is
 // a vendor process: vndservicemanager, whose getDeclaredInstances() answers an empty list. With
 // true it acts as a process of the framework, whose service manager lists the declared
 // instances (as AServiceManager_forEachDeclaredInstance always does). Reset() restores false.
 void UseFrameworkServiceManager(bool framework);
 
-// Removes every service, declaration, injected failure and counter, and joins the death
-// notification threads. Services still registered stop silently (no death callbacks).
+// Waits for the death notices under way (those of processes whose pool never started stay
+// queued), then removes every service, declaration, injected failure and counter. Services
+// still registered stop silently (no death callbacks).
 void Reset();
 
 // Transactions and pings attempted on proxies of name since the last Reset.

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -15,14 +14,26 @@
 namespace hostkit {
 namespace hidl {
 
-// Registers an in-process (passthrough) service: lookups hand out the object
-// itself, so links succeed and never fire. Returns BAD_VALUE for null.
+// How the device manifest declares an instance.
+enum class Transport { HWBINDER, PASSTHROUGH };
+
+// The device manifest. getService() returns null at once for an undeclared name and waits
+// (without limit) for a declared hwbinder one; tryGetService() never waits; registerAsService()
+// of a name not declared hwbinder fails with UNKNOWN_ERROR, as hwservicemanager's VINTF check.
+void Declare(const std::string& descriptor, const std::string& instance, Transport transport = Transport::HWBINDER);
+void Undeclare(const std::string& descriptor, const std::string& instance);
+bool IsDeclared(const std::string& descriptor, const std::string& instance);
+
+// Installs an in-process (passthrough) implementation and declares the name passthrough:
+// lookups from every process hand out the object itself, so calls run on the caller's
+// thread and links succeed and never fire. Returns BAD_VALUE for null.
 ::android::status_t RegisterPassthrough(const std::string& descriptor, const std::string& instance,
                                         const ::android::sp<::android::hidl::base::V1_0::IBase>& service);
 
 // Takes the service out of the registry like a crashed process: its proxies
-// answer DEAD_OBJECT and every death link is told once, each on a new thread.
-// False if it is not registered.
+// answer DEAD_OBJECT (also calls still waiting for a thread of it; one already
+// running finishes) and every death link is told once, on a hwbinder thread of
+// the process that linked. The name stays declared. False if it is not registered.
 bool Kill(const std::string& descriptor, const std::string& instance);
 
 // Registers the killed object again. Old proxies stay dead; new lookups get
@@ -40,11 +51,8 @@ bool FailNextCalls(const std::string& descriptor, const std::string& instance, i
 bool FailNextCallOf(const std::string& descriptor, const std::string& instance, const std::string& method,
                     ::android::status_t status);
 
-// Longest time getService() waits for a registration (default 1 s).
-void SetGetServiceWait(std::chrono::milliseconds wait);
-
-// Removes every service, joins every death-notification thread, zeroes the
-// counters and restores the default wait. Do not call from serviceDied().
+// Removes every service and declaration, waits for every death notice under way and
+// zeroes the counters. Do not call from serviceDied().
 void Reset();
 
 // Blocks until every death notification started so far has returned.

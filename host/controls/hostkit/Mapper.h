@@ -25,17 +25,19 @@ enum class Operation { IMPORT, LOCK, UNLOCK, FREE };
 // unlock callback returns.
 enum class FenceMode { NONE, ONE_FD, TWO_FDS };
 
-// BINDERIZED: lookups get proxies, so Kill() makes calls fail and death links fire.
-// PASSTHROUGH: lookups get the object itself, as devices declare the HIDL mappers; links
-// succeed and never fire, and Kill() only hides the service from new lookups.
+// PASSTHROUGH (the default, as devices declare the HIDL mappers): lookups from every process
+// get the object itself, calls run on the caller's thread, links succeed and never fire, and
+// Kill() only hides the service from new lookups.
+// BINDERIZED (mapper death tests): the mapper runs in a process of its own with its own
+// hwbinder pool; lookups get proxies, so Kill() makes calls fail and death links fire.
 enum class Transport { BINDERIZED, PASSTHROUGH };
 
 // Registers exactly the given mapper major versions (2, 3, 4; any subset, also none) as
 // "default"; versions live before and not listed are removed (killed, so their death links
 // fire). Versions already live stay as they are. Returns false for unknown numbers or when a
 // registration failed.
-bool Offer(std::initializer_list<int> versions, Transport transport = Transport::BINDERIZED);
-bool Offer(const std::vector<int>& versions, Transport transport = Transport::BINDERIZED);
+bool Offer(std::initializer_list<int> versions, Transport transport = Transport::PASSTHROUGH);
+bool Offer(const std::vector<int>& versions, Transport transport = Transport::PASSTHROUGH);
 
 // Kill: the version's service dies (calls on existing proxies fail with DEAD_OBJECT, lookups
 // return null). Restore: it is back for new lookups. False for versions not offered.

@@ -21,7 +21,11 @@ Lookup findService(const char* descriptor, const std::string& instance, bool wai
 ::android::status_t registerService(const char* descriptor, const std::string& instance,
                                     const sp<IBase>& service) {
     if (descriptor == nullptr) return ::android::BAD_VALUE;
-    return ServiceRegistry::get().add(descriptor, instance, service, false);
+    const ::android::status_t status = ServiceRegistry::get().add(descriptor, instance, service);
+    // registerAsService() sends the object to hwservicemanager through a proxy, which starts
+    // the process's hwbinder pool: the calls to the service need a thread to arrive on.
+    if (status == ::android::OK) startThreadPool();
+    return status;
 }
 
 void logBadCast(const char* descriptor, const std::string& instance) {

@@ -7,9 +7,21 @@ namespace hidl {
 
 using detail::ServiceRegistry;
 
+void Declare(const std::string& descriptor, const std::string& instance, Transport transport) {
+    ServiceRegistry::get().declare(descriptor, instance, transport);
+}
+
+void Undeclare(const std::string& descriptor, const std::string& instance) {
+    ServiceRegistry::get().undeclare(descriptor, instance);
+}
+
+bool IsDeclared(const std::string& descriptor, const std::string& instance) {
+    return ServiceRegistry::get().isDeclared(descriptor, instance);
+}
+
 ::android::status_t RegisterPassthrough(const std::string& descriptor, const std::string& instance,
                                         const ::android::sp<::android::hidl::base::V1_0::IBase>& service) {
-    return ServiceRegistry::get().add(descriptor, instance, service, true);
+    return ServiceRegistry::get().addPassthrough(descriptor, instance, service);
 }
 
 bool Kill(const std::string& descriptor, const std::string& instance) {
@@ -35,8 +47,6 @@ bool FailNextCallOf(const std::string& descriptor, const std::string& instance, 
     remote->failNextCallOf(method, status);
     return true;
 }
-
-void SetGetServiceWait(std::chrono::milliseconds wait) { ServiceRegistry::get().setWait(wait); }
 
 void Reset() { ServiceRegistry::get().reset(); }
 

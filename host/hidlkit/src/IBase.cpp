@@ -6,7 +6,6 @@
 #include <cstdlib>
 
 #include <android/hidl/manager/1.0/IServiceNotification.h>
-#include <hidl/HidlTransportSupport.h>
 #include <log/log.h>
 
 namespace android {
@@ -46,10 +45,6 @@ const char* IServiceNotification::descriptor("android.hidl.manager@1.0::IService
 }  // namespace hidl
 
 namespace hardware {
-
-status_t configureRpcThreadpool(size_t maxThreads, bool /*callerWillJoin*/) {
-    return maxThreads == 0 ? BAD_VALUE : OK;
-}
 
 namespace details {
 

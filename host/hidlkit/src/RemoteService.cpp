@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "processkit/Dispatcher.h"
+
 namespace hostkit {
 namespace hidl {
 namespace detail {
@@ -12,7 +14,12 @@ using ::android::wp;
 using ::android::hardware::hidl_death_recipient;
 using ::android::hidl::base::V1_0::IBase;
 
-RemoteService::RemoteService(std::string name) : mName(std::move(name)) {}
+using processkit::Dispatcher;
+using processkit::PoolKind;
+
+RemoteService::RemoteService(std::string name) : RemoteService(std::move(name), Dispatcher::currentProcess()) {}
+
+RemoteService::RemoteService(std::string name, processkit::Process& owner) : mName(std::move(name)), mOwner(owner) {}
 
 ::android::status_t RemoteService::beginCall(const char* method) {
     std::lock_guard<std::mutex> lock(mLock);
@@ -31,8 +38,26 @@ RemoteService::RemoteService(std::string name) : mName(std::move(name)) {}
     return ::android::OK;
 }
 
+::android::status_t RemoteService::serve(const std::function<void()>& work) {
+    ::android::status_t status = ::android::OK;
+    Dispatcher::call(mOwner, PoolKind::HWBINDER, [&] {
+        // A call already running finishes; one still queued finds the process gone.
+        if (dead()) {
+            status = ::android::DEAD_OBJECT;
+            return;
+        }
+        work();
+    });
+    return status;
+}
+
+bool RemoteService::dead() const {
+    std::lock_guard<std::mutex> lock(mLock);
+    return mDead;
+}
+
 bool RemoteService::link(const sp<hidl_death_recipient>& recipient, uint64_t cookie, IBase* proxy) {
-    Link entry{{0, recipient, cookie, wp<IBase>(proxy)}, proxy};
+    Link entry{{0, recipient, cookie, wp<IBase>(proxy), &Dispatcher::currentProcess()}, proxy};
     std::lock_guard<std::mutex> lock(mLock);
     if (mDead) return false;
     entry.death.id = mNextId++;

@@ -2,7 +2,11 @@
 
 #include "ServiceRegistry.h"
 
+#include <chrono>
+
 #include <log/log.h>
+
+#include "processkit/Dispatcher.h"
 
 namespace hostkit {
 namespace hidl {
@@ -10,26 +14,48 @@ namespace detail {
 
 using ::android::sp;
 using ::android::hardware::hidl_death_recipient;
+using processkit::Dispatcher;
+using processkit::PoolKind;
 
 namespace {
-constexpr std::chrono::milliseconds kDefaultWait{1000};
-constexpr std::chrono::seconds kLogStep{1};
+constexpr std::chrono::seconds LOG_STEP{1};
 }  // namespace
 
 ServiceRegistry& ServiceRegistry::get() {
-    // Leaked on purpose: death threads may still run during static destruction.
+    // Leaked on purpose: death notices may still run during static destruction.
     static ServiceRegistry* registry = new ServiceRegistry();
     return *registry;
 }
 
+void ServiceRegistry::declare(const std::string& descriptor, const std::string& instance, Transport transport) {
+    std::lock_guard<std::mutex> lock(mLock);
+    mManifest[Key(descriptor, instance)] = transport;
+}
+
+void ServiceRegistry::undeclare(const std::string& descriptor, const std::string& instance) {
+    std::lock_guard<std::mutex> lock(mLock);
+    mManifest.erase(Key(descriptor, instance));
+}
+
+bool ServiceRegistry::isDeclared(const std::string& descriptor, const std::string& instance) {
+    std::lock_guard<std::mutex> lock(mLock);
+    return mManifest.count(Key(descriptor, instance)) != 0;
+}
+
 ::android::status_t ServiceRegistry::add(const std::string& descriptor, const std::string& instance,
-                                         const sp<IBase>& service, bool passthrough) {
+                                         const sp<IBase>& service) {
     if (service == nullptr || descriptor.empty()) return ::android::BAD_VALUE;
-    Entry entry{service, passthrough ? nullptr : std::make_shared<RemoteService>(descriptor + "/" + instance),
-                passthrough, true};
+    Entry entry{service, std::make_shared<RemoteService>(descriptor + "/" + instance), false, true};
     Entry previous;
     {
         std::lock_guard<std::mutex> lock(mLock);
+        auto declared = mManifest.find(Key(descriptor, instance));
+        if (declared == mManifest.end() || declared->second != Transport::HWBINDER) {
+            // hwservicemanager's VINTF check refuses the registration.
+            ALOGE("Service %s/%s must be in VINTF manifest in order to register/get.", descriptor.c_str(),
+                  instance.c_str());
+            return ::android::UNKNOWN_ERROR;
+        }
         Entry& slot = mServices[Key(descriptor, instance)];
         previous = std::move(slot);
         slot = std::move(entry);
@@ -38,25 +64,45 @@ ServiceRegistry& ServiceRegistry::get() {
     return ::android::OK;
 }
 
+::android::status_t ServiceRegistry::addPassthrough(const std::string& descriptor, const std::string& instance,
+                                                    const sp<IBase>& service) {
+    if (service == nullptr || descriptor.empty()) return ::android::BAD_VALUE;
+    Entry previous;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        mManifest[Key(descriptor, instance)] = Transport::PASSTHROUGH;
+        Entry& slot = mServices[Key(descriptor, instance)];
+        previous = std::move(slot);
+        slot = Entry{service, nullptr, true, true};
+    }
+    mChanged.notify_all();
+    return ::android::OK;
+}
+
 Lookup ServiceRegistry::find(const std::string& descriptor, const std::string& instance, bool wait) {
     using Clock = std::chrono::steady_clock;
+    const Key key(descriptor, instance);
     std::unique_lock<std::mutex> lock(mLock);
-    const auto start = Clock::now();
-    const auto deadline = start + mWait;
-    auto nextLog = start + kLogStep;
+    auto nextLog = Clock::now() + LOG_STEP;
     for (;;) {
-        auto it = mServices.find(Key(descriptor, instance));
-        if (it != mServices.end() && it->second.alive) return Lookup{it->second.service, it->second.remote};
-        const auto now = Clock::now();
-        if (!wait || now >= deadline) return Lookup{};
-        if (now >= nextLog) {
-            nextLog += kLogStep;
+        auto declared = mManifest.find(key);
+        // An undeclared name is never waited for; a passthrough one is loaded or missing.
+        if (declared == mManifest.end()) return Lookup{};
+        auto it = mServices.find(key);
+        const bool live = it != mServices.end() && it->second.alive;
+        if (declared->second == Transport::PASSTHROUGH) {
+            return live && it->second.passthrough ? Lookup{it->second.service, nullptr} : Lookup{};
+        }
+        if (live && !it->second.passthrough) return Lookup{it->second.service, it->second.remote};
+        if (!wait) return Lookup{};
+        if (Clock::now() >= nextLog) {
+            nextLog += LOG_STEP;
             lock.unlock();
-            ALOGI("Waited one second for %s/%s", descriptor.c_str(), instance.c_str());
+            ALOGW("Waited one second for %s/%s", descriptor.c_str(), instance.c_str());
             lock.lock();
             continue;
         }
-        mChanged.wait_until(lock, std::min(deadline, nextLog));
+        mChanged.wait_until(lock, nextLog);
     }
 }
 
@@ -71,10 +117,12 @@ bool ServiceRegistry::kill(const std::string& descriptor, const std::string& ins
     }
     if (remote == nullptr) return true;  // in-process: nobody is told
     std::vector<RemoteService::Death> deaths = remote->kill();
-    std::lock_guard<std::mutex> lock(mLock);
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        mDeathsPending += deaths.size();
+    }
     for (const RemoteService::Death& death : deaths) {
-        ++mDeathsRunning;
-        mDeathThreads.emplace_back([this, remote, death] { deliver(remote, death); });
+        Dispatcher::post(*death.linker, PoolKind::HWBINDER, [this, remote, death] { deliver(remote, death); });
     }
     return true;
 }
@@ -85,7 +133,10 @@ bool ServiceRegistry::restore(const std::string& descriptor, const std::string& 
         auto it = mServices.find(Key(descriptor, instance));
         if (it == mServices.end() || it->second.alive) return false;
         Entry& entry = it->second;
-        if (!entry.passthrough) entry.remote = std::make_shared<RemoteService>(descriptor + "/" + instance);
+        // Back in the process it ran in, with new proxies.
+        if (!entry.passthrough) {
+            entry.remote = std::make_shared<RemoteService>(descriptor + "/" + instance, entry.remote->owner());
+        }
         entry.alive = true;
     }
     mChanged.notify_all();
@@ -100,28 +151,21 @@ std::shared_ptr<RemoteService> ServiceRegistry::remoteOf(const std::string& desc
     return it->second.remote;
 }
 
-void ServiceRegistry::setWait(std::chrono::milliseconds wait) {
-    std::lock_guard<std::mutex> lock(mLock);
-    mWait = wait.count() > 0 ? wait : std::chrono::milliseconds(0);
-}
-
 void ServiceRegistry::waitForDeaths() {
     std::unique_lock<std::mutex> lock(mLock);
-    mChanged.wait(lock, [this] { return mDeathsRunning == 0; });
+    mChanged.wait(lock, [this] { return mDeathsPending == 0; });
 }
 
 void ServiceRegistry::reset() {
     std::map<Key, Entry> services;
-    std::vector<std::thread> threads;
     {
+        // Every notice under way runs on a started pool: linking started it.
         std::unique_lock<std::mutex> lock(mLock);
-        mChanged.wait(lock, [this] { return mDeathsRunning == 0; });
+        mChanged.wait(lock, [this] { return mDeathsPending == 0; });
         services.swap(mServices);
-        threads.swap(mDeathThreads);
-        mWait = kDefaultWait;
+        mManifest.clear();
         mDelivered = 0;
     }
-    for (std::thread& thread : threads) thread.join();
     // services (and the objects they hold) are released here, unlocked.
 }
 
@@ -142,7 +186,7 @@ void ServiceRegistry::deliver(const std::shared_ptr<RemoteService>& remote, cons
     {
         std::lock_guard<std::mutex> lock(mLock);
         if (told) ++mDelivered;
-        --mDeathsRunning;
+        --mDeathsPending;
     }
     mChanged.notify_all();
 }

@@ -1,41 +1,46 @@
 #pragma once
 
-#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <utility>
-#include <vector>
 
 #include <android/hidl/base/1.0/IBase.h>
 #include <hidlkit/HidlGlue.h>
 #include <hidlkit/RemoteService.h>
+#include <hostkit/HidlServices.h>
 #include <utils/Errors.h>
 
 namespace hostkit {
 namespace hidl {
 namespace detail {
 
-// The process's service registry keyed by (descriptor, instance), plus the
-// threads that deliver death notifications. Never destroyed.
+// hwservicemanager and the device manifest of the kit, keyed by (descriptor, instance):
+// which names are declared with which transport, the registered services and the
+// passthrough implementations, and the death notices under way. Never destroyed.
 class ServiceRegistry {
   public:
     static ServiceRegistry& get();
 
-    // Replaces any earlier registration under the same key.
-    ::android::status_t add(const std::string& descriptor, const std::string& instance,
-                            const sp<IBase>& service, bool passthrough);
-    // Empty Lookup if not registered (after waiting up to the cap with wait).
+    void declare(const std::string& descriptor, const std::string& instance, Transport transport);
+    void undeclare(const std::string& descriptor, const std::string& instance);
+    bool isDeclared(const std::string& descriptor, const std::string& instance);
+    // A service of the calling thread's process, replacing any earlier one. UNKNOWN_ERROR
+    // unless the manifest declares the name with hwbinder transport.
+    ::android::status_t add(const std::string& descriptor, const std::string& instance, const sp<IBase>& service);
+    // The in-process implementation of a name, which this declares passthrough.
+    ::android::status_t addPassthrough(const std::string& descriptor, const std::string& instance,
+                                       const sp<IBase>& service);
+    // Nothing for an undeclared name, the implementation for a passthrough one; for a
+    // hwbinder one the live registration, waiting for it with `wait`.
     Lookup find(const std::string& descriptor, const std::string& instance, bool wait);
     bool kill(const std::string& descriptor, const std::string& instance);
     bool restore(const std::string& descriptor, const std::string& instance);
     // Remote state of the live registration; null if none or passthrough.
     std::shared_ptr<RemoteService> remoteOf(const std::string& descriptor, const std::string& instance);
-    void setWait(std::chrono::milliseconds wait);
     void waitForDeaths();
     void reset();
     uint64_t delivered();
@@ -54,10 +59,9 @@ class ServiceRegistry {
 
     std::mutex mLock;
     std::condition_variable mChanged;
+    std::map<Key, Transport> mManifest;
     std::map<Key, Entry> mServices;
-    std::chrono::milliseconds mWait{1000};
-    std::vector<std::thread> mDeathThreads;
-    size_t mDeathsRunning = 0;
+    size_t mDeathsPending = 0;
     uint64_t mDelivered = 0;
 };
 

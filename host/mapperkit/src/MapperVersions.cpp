@@ -3,7 +3,9 @@
 #include <android/hardware/graphics/mapper/2.0/IMapper.h>
 #include <android/hardware/graphics/mapper/3.0/IMapper.h>
 #include <android/hardware/graphics/mapper/4.0/IMapper.h>
+#include <hidl/HidlTransportSupport.h>
 #include <hostkit/HidlServices.h>
+#include <hostkit/Process.h>
 
 #include "MapperService.h"
 
@@ -16,6 +18,8 @@ namespace mapper4 = ::android::hardware::graphics::mapper::V4_0;
 namespace {
 
 constexpr const char* INSTANCE = "default";
+constexpr const char* MAPPER_PROCESS = "android.hardware.graphics.mapper";
+constexpr size_t MAPPER_THREADS = 2;
 
 template <typename IMapperT, typename ErrorT>
 bool RegisterService(mapper::Transport transport) {
@@ -23,6 +27,10 @@ bool RegisterService(mapper::Transport transport) {
     if (transport == mapper::Transport::PASSTHROUGH) {
         return hidl::RegisterPassthrough(IMapperT::descriptor, INSTANCE, service) == ::android::OK;
     }
+    // A binderized mapper is a HAL process of its own, with its own hwbinder pool.
+    hidl::Declare(IMapperT::descriptor, INSTANCE);
+    process::As mapperProcess(MAPPER_PROCESS);
+    ::android::hardware::configureRpcThreadpool(MAPPER_THREADS, true);
     return service->registerAsService(INSTANCE) == ::android::OK;
 }
 

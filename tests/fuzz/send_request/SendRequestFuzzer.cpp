@@ -35,9 +35,7 @@ Wrappers& TheWrappers() {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-    // Lookups of absent services answer at once.
-    hostkit::hidl::SetGetServiceWait(std::chrono::milliseconds(0));
-    hostkit::binder::SetWaitForServiceCap(0);
+    // Lookups of absent services answer at once: nothing but the provider is declared.
     // The provider only shortens the HIDL service check's wait; no channel is offered.
     static android::sp<vircamsim::SimCameraProvider> provider = vircamsim::SimCameraProvider::Start();
     if (provider == nullptr) abort();

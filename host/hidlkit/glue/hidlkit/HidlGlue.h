@@ -30,7 +30,8 @@ struct Lookup {
     std::shared_ptr<RemoteService> remote;  // null: hand out the object itself
 };
 
-// Finds descriptor/instance; with wait, blocks up to the host cap.
+// Finds descriptor/instance as declared in the device manifest: nothing for an undeclared
+// name; with wait, blocks until a declared hwbinder service registers.
 Lookup findService(const char* descriptor, const std::string& instance, bool wait);
 ::android::status_t registerService(const char* descriptor, const std::string& instance,
                                     const sp<IBase>& service);
@@ -78,15 +79,32 @@ sp<I> transported(const sp<I>& object) {
     return sp<I>(static_cast<I*>(proxy.get()));
 }
 
+// Starts the hwbinder thread pool of the calling thread's process (once).
+void startThreadPool();
+
+// An argument as a proxy sends it, on the caller's thread: what the service receives.
+template <typename T>
+T sent(const T& value) {
+    return transported(value);
+}
+// hidl-gen's proxies start the caller's pool before they send a local object, so the calls
+// coming back to it have a thread; the object belongs to the caller's process from then on.
+template <typename I, typename = std::enable_if_t<std::is_base_of<IBase, I>::value>>
+sp<I> sent(const sp<I>& object) {
+    if (object != nullptr && !object->isRemote()) startThreadPool();
+    return transported(object);
+}
+
 ::android::hardware::Status nullCallbackStatus();
 // The generated stubs' fatal checks of a result callback.
 [[noreturn]] void callbackCalledTwice(const char* method);
 [[noreturn]] void callbackNotCalled(const char* method);
 
 // Base of every generated proxy: forwards to the service object while the
-// service is alive and fails in transport afterwards. The implementation is
-// served under the rules of hidl-gen's stubs (BnHw*): a failed Return from it
-// ends the process, and a result callback must be called exactly once.
+// service is alive and fails in transport afterwards. The implementation runs on
+// a thread of the service's process, under the rules of hidl-gen's stubs (BnHw*):
+// a failed Return from it ends the process, and a result callback must be called
+// exactly once. The client's callback runs on the calling thread afterwards.
 template <typename I>
 class HidlProxy : public I {
   public:
@@ -100,7 +118,10 @@ class HidlProxy : public I {
     bool isRemote() const override { return true; }
     ::android::hardware::Return<bool> linkToDeath(
             const sp<::android::hardware::hidl_death_recipient>& recipient, uint64_t cookie) override {
-        return recipient != nullptr && mRemote->link(recipient, cookie, this);
+        if (recipient == nullptr) return false;
+        // The notice needs a thread of the linking process to arrive on.
+        startThreadPool();
+        return mRemote->link(recipient, cookie, this);
     }
     ::android::hardware::Return<bool> unlinkToDeath(
             const sp<::android::hardware::hidl_death_recipient>& recipient) override {
@@ -114,13 +135,13 @@ class HidlProxy : public I {
     // A method without results: the stub checks the Return (assertOk).
     template <typename Call>
     ::android::hardware::Return<void> callVoid(const char* method, Call&& call) {
-        const ::android::status_t transport = mRemote->beginCall(method);
-        if (transport != ::android::OK) return ::android::hardware::Status::fromStatusT(transport);
-        serve<bool>([&] {
+        std::optional<bool> served;
+        const ::android::status_t transport = serve(method, served, [&] {
             ::android::hardware::Return<void> ret = call();
             ret.assertOk();
             return true;
         });
+        if (transport != ::android::OK) return ::android::hardware::Status::fromStatusT(transport);
         return ::android::hardware::Void();
     }
 
@@ -128,12 +149,13 @@ class HidlProxy : public I {
     // which aborts on a failed Return.
     template <typename T, typename Call>
     ::android::hardware::Return<T> callValue(const char* method, Call&& call) {
-        const ::android::status_t transport = mRemote->beginCall(method);
-        if (transport != ::android::OK) return ::android::hardware::Status::fromStatusT(transport);
-        return serve<T>([&] {
+        std::optional<T> value;
+        const ::android::status_t transport = serve(method, value, [&] {
             ::android::hardware::Return<T> ret = call();
             return transported(static_cast<T>(ret));
         });
+        if (transport != ::android::OK) return ::android::hardware::Status::fromStatusT(transport);
+        return std::move(*value);
     }
 
     // A method with a result callback. `call` runs the implementation with the
@@ -144,10 +166,9 @@ class HidlProxy : public I {
                                                       const std::function<void(A...)>& clientCallback,
                                                       Call&& call) {
         if (!clientCallback) return nullCallbackStatus();
-        const ::android::status_t transport = mRemote->beginCall(method);
-        if (transport != ::android::OK) return ::android::hardware::Status::fromStatusT(transport);
         using Results = std::tuple<std::decay_t<A>...>;
-        std::optional<Results> results = serve<std::optional<Results>>([&] {
+        std::optional<Results> results;
+        const ::android::status_t transport = serve(method, results, [&] {
             std::optional<Results> reply;
             const std::function<void(A...)> stubCallback = [&reply, method](A... values) {
                 if (reply.has_value()) callbackCalledTwice(method);
@@ -156,8 +177,9 @@ class HidlProxy : public I {
             ::android::hardware::Return<void> ret = call(stubCallback);
             ret.assertOk();
             if (!reply.has_value()) callbackNotCalled(method);
-            return reply;
+            return std::move(*reply);
         });
+        if (transport != ::android::OK) return ::android::hardware::Status::fromStatusT(transport);
         std::apply(clientCallback, *results);
         return ::android::hardware::Void();
     }
@@ -166,17 +188,21 @@ class HidlProxy : public I {
     const std::shared_ptr<RemoteService> mRemote;
 
   private:
-    // The one place where a call reaches the implementation. `implementation`
-    // consumes the implementation's Return and gives back plain values, so the
-    // reply can move to the caller from wherever the call was served. Today
-    // that is the calling thread.
+    // The one place where a call reaches the implementation: on the thread the
+    // service's process serves it on (RemoteService::serve), while this one
+    // waits. `implementation` consumes the implementation's Return and gives back
+    // plain values, which move to the caller in `reply`. OK, or the transport
+    // failure (injected, or the service died) and then `reply` stays empty.
     template <typename Reply, typename Implementation>
-    Reply serve(Implementation&& implementation) {
-        return std::forward<Implementation>(implementation)();
+    ::android::status_t serve(const char* method, std::optional<Reply>& reply, Implementation&& implementation) {
+        const ::android::status_t transport = mRemote->beginCall(method);
+        if (transport != ::android::OK) return transport;
+        return mRemote->serve([&] { reply.emplace(implementation()); });
     }
 };
 
-// The maker the generated glue registers for proxy class Proxy of I.
+// The maker the generated glue registers for proxy class Proxy of I. The object
+// belongs to the process of the calling thread, the one that sends it.
 template <typename I, typename Proxy>
 sp<IBase> makeLocalProxy(const sp<IBase>& local) {
     // A local object's process never dies on the host: its link is its own.

@@ -15,12 +15,16 @@
 #include <utils/RefBase.h>
 
 namespace hostkit {
+namespace processkit {
+class Process;
+}  // namespace processkit
+
 namespace hidl {
 namespace detail {
 
-// One registration of a service as its proxies see it: alive until killed,
-// with the death links of every proxy and the injected transport failures.
-// Thread-safe; never calls out while holding its lock.
+// One registration of a service as its proxies see it: the process it runs in,
+// alive until killed, with the death links of every proxy and the injected
+// transport failures. Thread-safe; never calls out while holding its lock.
 class RemoteService {
   public:
     struct Death {
@@ -28,15 +32,25 @@ class RemoteService {
         ::android::wp<::android::hardware::hidl_death_recipient> recipient;
         uint64_t cookie;
         ::android::wp<::android::hidl::base::V1_0::IBase> who;
+        // The process that linked: the notice runs on its hwbinder pool.
+        processkit::Process* linker;
     };
 
+    // A service of the calling thread's process / of `owner`.
     explicit RemoteService(std::string name);
+    RemoteService(std::string name, processkit::Process& owner);
 
     const std::string& name() const { return mName; }
+    processkit::Process& owner() const { return mOwner; }
     // OK, DEAD_OBJECT once killed, or the status of an injected failure, for
     // a call of `method` (its name in the .hal).
     ::android::status_t beginCall(const char* method);
-    // False if the service is already dead.
+    // Runs `work` as the service's process serves a call from the calling
+    // thread (see processkit::Dispatcher::call); OK, or DEAD_OBJECT without
+    // running it when the service died while the call waited for a thread.
+    ::android::status_t serve(const std::function<void()>& work);
+    // False if the service is already dead. The calling thread's process is
+    // the one told of the death.
     bool link(const ::android::sp<::android::hardware::hidl_death_recipient>& recipient, uint64_t cookie,
               ::android::hidl::base::V1_0::IBase* proxy);
     // Removes the most recent link of recipient made through proxy. Returns
@@ -61,7 +75,10 @@ class RemoteService {
         const ::android::hidl::base::V1_0::IBase* proxy;
     };
 
+    bool dead() const;
+
     const std::string mName;
+    processkit::Process& mOwner;
     mutable std::mutex mLock;
     bool mDead = false;
     int mFailLeft = 0;
