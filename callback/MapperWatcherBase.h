@@ -39,7 +39,7 @@ protected:
 private:
     std::shared_ptr<VirMapperBase> TakeMapperService() EXCLUDES(mMutex);
 
-    mutable Mutex mMutex;  // guards the adapter
+    mutable Mutex mMutex;  // guards the adapter and why there is none
     std::shared_ptr<VirMapperBase> mMapper GUARDED_BY(mMutex);
     std::string mMissing GUARDED_BY(mMutex);
 };
