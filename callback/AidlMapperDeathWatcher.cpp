@@ -23,8 +23,9 @@ AidlMapperDeathWatcher::~AidlMapperDeathWatcher() {
 }
 
 int AidlMapperDeathWatcher::RegServiceLinkDeath() {
-    std::shared_ptr<VirMapperBase> mapper = VirMapperMgr::GetInstance().Create();
-    SetMapperService(mapper);
+    std::string missing;
+    std::shared_ptr<VirMapperBase> mapper = VirMapperMgr::GetInstance().Create(&missing);
+    SetMapperService(mapper, std::move(missing));
     return mapper != nullptr ? 0 : NO_MAPPER;
 }
 

@@ -276,6 +276,9 @@ std::shared_ptr<VirMapperBase> AidlVirCameraCallback::GetMapper() {
     auto lookup = mMapperWatcher.Get([this] {
         return sp<AidlMapperDeathWatcher>(new AidlMapperDeathWatcher(ref<AidlVirCameraCallback>()));
     });
+    if (!lookup.missingOnce.empty()) {
+        ALOGE("%s", lookup.missingOnce.c_str());
+    }
     if (lookup.created) {
         if (lookup.registerResult != 0) {
             ALOGW("Can't RegServiceLinkDeath mapper ret:%d", lookup.registerResult);

@@ -18,8 +18,9 @@ MapperDeathWatcher::~MapperDeathWatcher() {
 
 int MapperDeathWatcher::RegServiceLinkDeath() {
     ALOGD("Mapper RegServiceLinkDeath");
-    std::shared_ptr<VirMapperBase> mapper = VirMapperMgr::GetInstance().Create();
-    SetMapperService(mapper);
+    std::string missing;
+    std::shared_ptr<VirMapperBase> mapper = VirMapperMgr::GetInstance().Create(&missing);
+    SetMapperService(mapper, std::move(missing));
     if (mapper == nullptr) {
         ALOGW("Can't find Mapper service");
         return -1;

@@ -9,9 +9,15 @@ std::shared_ptr<VirMapperBase> MapperWatcherBase::GetMapperService() const {
     return mMapper;
 }
 
-void MapperWatcherBase::SetMapperService(std::shared_ptr<VirMapperBase> mapper) {
+std::string MapperWatcherBase::MissingMapper() const {
+    Mutex::Autolock lock(mMutex);
+    return mMissing;
+}
+
+void MapperWatcherBase::SetMapperService(std::shared_ptr<VirMapperBase> mapper, std::string missing) {
     Mutex::Autolock lock(mMutex);
     mMapper = std::move(mapper);
+    mMissing = std::move(missing);
 }
 
 std::shared_ptr<VirMapperBase> MapperWatcherBase::TakeMapperService() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include <android-base/thread_annotations.h>
 #include <android/hidl/base/1.0/IBase.h>
@@ -21,13 +22,15 @@ public:
     virtual int RegServiceLinkDeath() = 0;
     // The adapter for buffer work; empty means there is no mapper.
     std::shared_ptr<VirMapperBase> GetMapperService() const EXCLUDES(mMutex);
+    // Why the last registration found no mapper (empty when it found one).
+    std::string MissingMapper() const EXCLUDES(mMutex);
     // Unlinks from the mapper's death and drops the adapter; a second call does nothing.
     void UnregServiceLinkDeath() EXCLUDES(mMutex);
     void serviceDied(uint64_t cookie, const wp<hidl::base::V1_0::IBase>& who) override EXCLUDES(mMutex);
 
 protected:
     explicit MapperWatcherBase(const char* logTag) : mLogTag(logTag) {}
-    void SetMapperService(std::shared_ptr<VirMapperBase> mapper) EXCLUDES(mMutex);
+    void SetMapperService(std::shared_ptr<VirMapperBase> mapper, std::string missing = {}) EXCLUDES(mMutex);
     // Tells the owning callback to forget this watcher after the mapper died.
     virtual void DetachFromOwner() = 0;
 
@@ -36,8 +39,9 @@ protected:
 private:
     std::shared_ptr<VirMapperBase> TakeMapperService() EXCLUDES(mMutex);
 
-    mutable Mutex mMutex;  // guards the adapter
+    mutable Mutex mMutex;  // guards the adapter and why there is none
     std::shared_ptr<VirMapperBase> mMapper GUARDED_BY(mMutex);
+    std::string mMissing GUARDED_BY(mMutex);
 };
 
 }  // namespace android

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
+#include <string>
 
 #include <android-base/thread_annotations.h>
 #include <utils/Mutex.h>
@@ -21,6 +23,9 @@ public:
         std::shared_ptr<VirMapperBase> mapper;
         bool created = false;     // this lookup built a watcher and installed it, or failed to register it
         int registerResult = 0;   // its RegServiceLinkDeath() result when created
+        // Why no mapper was found, on the first such lookup of this slot only: the owner
+        // reports it once, not on every frame.
+        std::string missingOnce;
     };
 
     // The current adapter; `make` builds a watcher when there is none. A watcher whose
@@ -34,6 +39,10 @@ public:
             lookup.registerResult = created->RegServiceLinkDeath();
             if (lookup.registerResult != 0) {
                 lookup.created = true;
+                std::string missing = created->MissingMapper();
+                if (!missing.empty() && !mMissingReported.exchange(true)) {
+                    lookup.missingOnce = std::move(missing);
+                }
                 created->UnregServiceLinkDeath();
                 return lookup;
             }
@@ -76,6 +85,7 @@ private:
 
     mutable Mutex mMutex;  // guards the current watcher; nothing is called under it
     sp<Watcher> mWatcher GUARDED_BY(mMutex);
+    std::atomic<bool> mMissingReported{false};
 };
 
 }  // namespace android

@@ -278,6 +278,9 @@ void VirCameraCallback::ReleaseStreamBuffers() {
 
 std::shared_ptr<VirMapperBase> VirCameraCallback::GetMapper() {
     auto lookup = mMapperWatcher.Get([this] { return sp<MapperDeathWatcher>(new MapperDeathWatcher(this)); });
+    if (!lookup.missingOnce.empty()) {
+        ALOGE("%s", lookup.missingOnce.c_str());
+    }
     if (lookup.created) {
         if (lookup.registerResult != 0) {
             ALOGW("Can't RegServiceLinkDeath mapper");

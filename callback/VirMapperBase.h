@@ -22,8 +22,9 @@ public:
     virtual int ImportBuffer(const hardware::hidl_handle& rawHandle, const native_handle*& buffer) = 0;
     // Locks the whole buffer for CPU reading and writing; on 0 `address` is the mapping.
     virtual int Lock(const native_handle*& buffer, void*& address) = 0;
-    // Unlocks; a release fence, when the mapper gives one, is dup'd into releaseFence
-    // (owned by the caller). On failure releaseFence keeps its value.
+    // Unlocks; a release fence, when the mapper gives one, goes to releaseFence (owned
+    // by the caller: a duplicate where the mapper keeps its own). On failure, and when
+    // there is no fence, releaseFence keeps its value.
     virtual void UnLock(const native_handle*& buffer, int& releaseFence) = 0;
     // Gives an imported handle back; the caller's pointer is left as it is.
     virtual void FreeBuffer(const native_handle*& buffer) = 0;

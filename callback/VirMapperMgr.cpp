@@ -7,7 +7,9 @@
 #include <android/hardware/graphics/common/1.0/types.h>
 #include <log/log.h>
 
+#include "callback/StableCMapperLoader.h"
 #include "callback/VirMapperAdapter.h"
+#include "callback/VirMapperV5.h"
 #include "common/HidlDeathLink.h"
 
 namespace android {
@@ -38,7 +40,7 @@ VirMapperMgr& VirMapperMgr::GetInstance() {
     return mInstance;
 }
 
-std::shared_ptr<VirMapperBase> VirMapperMgr::Create() {
+std::shared_ptr<VirMapperBase> VirMapperMgr::Create(std::string* missing) {
     if (auto mapper = hardware::graphics::mapper::V4_0::IMapper::tryGetService(INSTANCE, false)) {
         ALOGI("init mapper use V4");
         return std::make_shared<VirMapperV4>(mapper);
@@ -50,6 +52,16 @@ std::shared_ptr<VirMapperBase> VirMapperMgr::Create() {
     if (auto mapper = hardware::graphics::mapper::V2_0::IMapper::tryGetService(INSTANCE, false)) {
         ALOGI("init mapper use V2");
         return std::make_shared<VirMapperV2>(mapper);
+    }
+    // Android 14 devices may ship only the stable-C mapper instead of a HIDL one.
+    std::string whyNotV5;
+    if (const AIMapper* mapper = StableCMapperLoader::Load(whyNotV5)) {
+        ALOGI("init mapper use V5");
+        return std::make_shared<VirMapperV5>(mapper);
+    }
+    if (missing != nullptr) {
+        *missing = "No usable graphics mapper: no android.hardware.graphics.mapper@4.0, @3.0 or @2.0 "
+                   "IMapper/default, and no mapper 5: " + whyNotV5;
     }
     ALOGE("Can't find Mapper service");
     return nullptr;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "callback/VirMapperBase.h"
 
@@ -12,9 +13,10 @@ class VirMapperMgr {
 public:
     static VirMapperMgr& GetInstance();
 
-    // A new adapter for mapper 4.0, 3.0 or 2.0 (in that order), or empty when the
-    // device offers none.
-    std::shared_ptr<VirMapperBase> Create();
+    // A new adapter for mapper 4.0, 3.0 or 2.0 (in that order), else for the stable-C
+    // mapper 5, or empty when the device offers none; then `missing` (when given) says
+    // what was looked for and why none could be used.
+    std::shared_ptr<VirMapperBase> Create(std::string* missing = nullptr);
 
     template <class IMapper, class Error>
     int LinkToDeath(const sp<IMapper>& mapper, const sp<hardware::hidl_death_recipient>& recipient);

@@ -89,6 +89,23 @@ TEST_F(AidlE2eImageFlowTest, WrittenFramesReadBackExactly) {
     RunFrame(3, {10});
 }
 
+TEST_F(AidlE2eImageFlowTest, OnlyMapper5StreamsEveryFrame) {
+    ASSERT_TRUE(hostkit::mapper::Offer({5}));
+    hostkit::mapper::SetReleaseFenceMode(hostkit::mapper::FenceMode::ONE_FD);
+    const auto before = Baseline({10, 11});
+    for (int32_t frame = 1; frame <= 6; ++frame) {
+        RunFrame(frame, {10, 11});
+        if (HasFatalFailure()) return;
+    }
+    HOSTKIT_EXPECT_LOG_LINE(TAG_PRIO_INFO, "VIRCAMERA_HIDL_WRAPPERCB", "init mapper use V5");
+    EXPECT_EQ(0, mWriter->LockFailures());
+    EXPECT_EQ(2u, hostkit::mapper::LiveImports());
+    ASSERT_EQ(0, mFramework->Flush().status);
+    EXPECT_EQ(0u, hostkit::mapper::LiveImports());
+    EXPECT_TRUE(hostkit::mapper::MappedRegions().empty());
+    EXPECT_EQ(before, OpenFds());
+}
+
 TEST_F(AidlE2eImageFlowTest, ThousandRequestsLeaveNoDescriptorBehind) {
     RunFrame(0, {0});  // warm-up: the mapper connection and its death link
     ASSERT_EQ(0, mFramework->Flush().status);

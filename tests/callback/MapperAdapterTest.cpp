@@ -12,6 +12,7 @@
 #include "SpyMapperV2.h"
 #include "callback/VirMapperAdapter.h"
 #include "callback/VirMapperMgr.h"
+#include "callback/VirMapperV5.h"
 
 using android::VirMapperBase;
 using android::VirMapperMgr;
@@ -38,6 +39,7 @@ int VersionOf(const std::shared_ptr<VirMapperBase>& mapper) {
     if (IsA<android::VirMapperV4>(*mapper)) return 4;
     if (IsA<android::VirMapperV3>(*mapper)) return 3;
     if (IsA<android::VirMapperV2>(*mapper)) return 2;
+    if (IsA<android::VirMapperV5>(*mapper)) return 5;
     return 0;
 }
 
@@ -135,7 +137,10 @@ TEST_P(CallbackMapperVersionTest, OneFdReleaseFenceIsDuplicated) {
     mapper->FreeBuffer(buffer);
 }
 
-TEST_P(CallbackMapperVersionTest, MalformedOrMissingFenceLeavesTheValue) {
+// HIDL fences are native handles and may be malformed; a mapper 5 fence is one descriptor.
+class CallbackHidlMapperVersionTest : public CallbackMapperVersionTest {};
+
+TEST_P(CallbackHidlMapperVersionTest, MalformedOrMissingFenceLeavesTheValue) {
     ASSERT_TRUE(hostkit::mapper::Offer({GetParam()}));
     BufferRing ring(1);
     std::shared_ptr<VirMapperBase> mapper = CreateMapper();
@@ -159,7 +164,9 @@ TEST_P(CallbackMapperVersionTest, MalformedOrMissingFenceLeavesTheValue) {
     mapper->FreeBuffer(buffer);
 }
 
-INSTANTIATE_TEST_SUITE_P(Versions, CallbackMapperVersionTest, ::testing::Values(2, 3, 4),
+INSTANTIATE_TEST_SUITE_P(Versions, CallbackMapperVersionTest, ::testing::Values(2, 3, 4, 5),
+                         [](const ::testing::TestParamInfo<int>& info) { return "V" + std::to_string(info.param); });
+INSTANTIATE_TEST_SUITE_P(Versions, CallbackHidlMapperVersionTest, ::testing::Values(2, 3, 4),
                          [](const ::testing::TestParamInfo<int>& info) { return "V" + std::to_string(info.param); });
 
 class CallbackMapperMgrTest : public KitTest {};
@@ -169,7 +176,8 @@ TEST_F(CallbackMapperMgrTest, NewestOfferedVersionWins) {
         std::vector<int> offered;
         int expected;
     };
-    for (const Case& c : {Case{{2, 3, 4}, 4}, Case{{2, 4}, 4}, Case{{2, 3}, 3}, Case{{3, 4}, 4}, Case{{2}, 2}}) {
+    for (const Case& c : {Case{{2, 3, 4}, 4}, Case{{2, 4}, 4}, Case{{2, 3}, 3}, Case{{3, 4}, 4}, Case{{2}, 2},
+                         Case{{4, 5}, 4}, Case{{2, 5}, 2}, Case{{5}, 5}}) {
         SCOPED_TRACE(testing::PrintToString(c.offered));
         hostkit::mapper::Reset();
         hostkit::logs::Clear();

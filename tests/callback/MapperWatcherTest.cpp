@@ -1,10 +1,13 @@
 // The mapper death watchers of both channel callbacks.
+#include <aidlcommonsupport/NativeHandle.h>
 #include <android/hardware/graphics/mapper/4.0/IMapper.h>
 
 #include "BufferRing.h"
+#include "FakeCallers.h"
 #include "HidlChannel.h"
 #include "SpyMapperV2.h"
 #include "callback/AidlMapperDeathWatcher.h"
+#include "callback/AidlVirCameraCallback.h"
 #include "callback/MapperDeathWatcher.h"
 
 using android::sp;
@@ -86,4 +89,35 @@ TEST_F(CallbackMapperWatcherTest, NoMapperRefusesImportsAndRetriesLater) {
     ASSERT_TRUE(hostkit::mapper::Offer({2}));
     ASSERT_TRUE(Cache(0, 0, ring[0]));
     EXPECT_EQ(1u, hostkit::mapper::LiveImports());
+}
+
+// No mapper of any kind: each channel callback says once what it looked for and missed, not
+// on every frame; the lookup's own lines stay per call.
+TEST_F(CallbackMapperWatcherTest, MissingMapperIsExplainedOncePerChannelCallback) {
+    const std::string diagnosis =
+            "No usable graphics mapper: no android.hardware.graphics.mapper@4.0, @3.0 or @2.0 IMapper/default, "
+            "and no mapper 5: android.hardware.graphics.allocator.IAllocator/default is not declared";
+    BufferRing ring(1);
+    for (int frame = 0; frame < 3; ++frame) ASSERT_TRUE(Cache(0, 0, ring[0]));
+    HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_ERROR, HIDL_TAG, diagnosis);
+    HOSTKIT_EXPECT_LOG_COUNT(3, ANDROID_LOG_ERROR, HIDL_TAG, "Can't find Mapper service");
+
+    // Another channel callback reports for itself.
+    android::sp<android::VirCameraCallback> other = new android::VirCameraCallback(mCaller);
+    ASSERT_TRUE(SendImages(*other, 1, {Image(0, 0, 0, ring[0])}).answered);
+    HOSTKIT_EXPECT_LOG_COUNT(2, ANDROID_LOG_ERROR, HIDL_TAG, diagnosis);
+    other.clear();
+
+    // Over AIDL, with the AIDL callback's tag.
+    auto aidl = ndk::SharedRefBase::make<android::AidlVirCameraCallback>(
+            std::make_shared<::testing::NiceMock<MockWrapperCallbackV2>>());
+    for (int frame = 0; frame < 3; ++frame) {
+        std::vector<android::AidlVirCameraCallback::InfoData> items(1);
+        items[0].data = "{\"frameNumber\":" + std::to_string(frame) + ",\"streamId\":1,\"bufferId\":1}";
+        items[0].buffer = android::dupToAidl(ring[0]);
+        android::AidlVirCameraCallback::StatusResult reply;
+        ASSERT_TRUE(aidl->processInfoData(9107, "{\"sessionId\":1}", items, &reply).isOk());
+    }
+    HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_ERROR, AIDL_TAG, diagnosis);
+    EXPECT_EQ(0u, hostkit::mapper::LiveImports());
 }

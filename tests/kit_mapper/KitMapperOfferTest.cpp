@@ -37,7 +37,7 @@ TEST_F(KitMapperOffer, LookupsFindExactlyTheOfferedVersions) {
     EXPECT_EQ(Found(), (std::vector<bool>{true, true, true}));
     ASSERT_TRUE(km::Offer({}));
     EXPECT_EQ(Found(), (std::vector<bool>{false, false, false}));
-    EXPECT_FALSE(km::Offer({5})) << "unknown version";
+    EXPECT_FALSE(km::Offer({6})) << "unknown version";
     EXPECT_EQ(Found(), (std::vector<bool>{false, false, false}));
 }
 

@@ -1,5 +1,6 @@
 #include "DemoOptions.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -29,6 +30,29 @@ bool ParseSize(const char* text, uint32_t& width, uint32_t& height) {
            height % 2 == 0;
 }
 
+// "none", or distinct versions from 2 to 5 separated by commas.
+bool ParseMappers(const std::string& text, std::vector<int>& versions) {
+    versions.clear();
+    if (text == "none") {
+        return true;
+    }
+    size_t start = 0;
+    while (start <= text.size()) {
+        const size_t comma = std::min(text.find(',', start), text.size());
+        const std::string item = text.substr(start, comma - start);
+        if (item.size() != 1 || item[0] < '2' || item[0] > '5') {
+            return false;
+        }
+        const int version = item[0] - '0';
+        if (std::find(versions.begin(), versions.end(), version) != versions.end()) {
+            return false;
+        }
+        versions.push_back(version);
+        start = comma + 1;
+    }
+    return !versions.empty();
+}
+
 }  // namespace
 
 const char* DemoUsage() {
@@ -39,6 +63,8 @@ const char* DemoUsage() {
            "  --out DIR            output folder (default out/demo)\n"
            "  --kill-hal-after N   kill the HAL after N frames, then re-register and go on\n"
            "  --transport T        auto (what GetVersion says), hidl or aidl (default auto)\n"
+           "  --mappers LIST       graphics mappers the device offers: versions from 2, 3, 4, 5\n"
+           "                       separated by commas, or none (default 4)\n"
            "  --register [F R P L] register a virtual camera (formats, resolutions, fps, location),\n"
            "                       switch it on before and off after streaming\n"
            "  --help               this text\n";
@@ -102,6 +128,11 @@ std::optional<DemoOptions> ParseDemoOptions(int argc, char** argv, std::string& 
                 options.transport = Transport::AIDL;
             } else {
                 error = "--transport takes auto, hidl or aidl";
+                return std::nullopt;
+            }
+        } else if (arg == "--mappers") {
+            if (!value(&text) || !ParseMappers(text, options.mappers)) {
+                error = error.empty() ? "--mappers takes versions from 2, 3, 4, 5 separated by commas, or none" : error;
                 return std::nullopt;
             }
         } else if (arg == "--register") {

@@ -17,6 +17,8 @@ struct DemoOptions {
     std::string outDir = "out/demo";
     std::optional<uint32_t> killHalAfter;
     Transport transport = Transport::AUTO;
+    // --mappers: the graphics mapper versions the simulated device offers (2, 3, 4, 5).
+    std::vector<int> mappers = {4};
     // --register: capability strings (formats, resolutions, fps, location) of a virtual
     // camera to register and switch on before streaming.
     bool registerCamera = false;

@@ -10,7 +10,8 @@ void DemoReport::FrameDelivered(Clock::duration latency) {
     mLatenciesMs.push_back(std::chrono::duration<double, std::milli>(latency).count());
 }
 
-void DemoReport::Print(uint32_t requested, uint32_t delivered, size_t frameBytes, const std::string& transport) const {
+void DemoReport::Print(uint32_t requested, uint32_t delivered, size_t frameBytes, const std::string& transport,
+                       const std::string& mapper) const {
     std::vector<double> latencies;
     {
         std::lock_guard<std::mutex> lock(mMutex);
@@ -24,6 +25,7 @@ void DemoReport::Print(uint32_t requested, uint32_t delivered, size_t frameBytes
     const double bytes = double(delivered) * double(frameBytes);
     printf("+-----------------------------+------------------+\n");
     printf("| transport                   | %16s |\n", transport.c_str());
+    printf("| mapper                      | %16s |\n", mapper.c_str());
     printf("| frames requested            | %16u |\n", requested);
     printf("| frames delivered            | %16u |\n", delivered);
     printf("| frames dropped              | %16u |\n", requested - std::min(requested, delivered));

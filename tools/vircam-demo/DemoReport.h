@@ -19,7 +19,9 @@ public:
     void Stop() { mStop = Clock::now(); }
 
     // Prints the table to stdout.
-    void Print(uint32_t requested, uint32_t delivered, size_t frameBytes, const std::string& transport) const;
+    // `mapper` names the graphics mapper the library used.
+    void Print(uint32_t requested, uint32_t delivered, size_t frameBytes, const std::string& transport,
+               const std::string& mapper) const;
 
 private:
     mutable std::mutex mMutex;

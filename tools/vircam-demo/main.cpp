@@ -68,6 +68,12 @@ bool WriteOutputs(const DemoOptions& options, const ReceivedFrames& frames) {
 }
 
 // The simulated device's manifest declares the AIDL channel instances.
+// What the frames actually went through: the version of the mapper that imported last.
+std::string MapperUsed() {
+    const int version = hostkit::mapper::LastImportVersion();
+    return version != 0 ? "V" + std::to_string(version) : "none";
+}
+
 void DeclareAidlHal() {
     const std::string descriptor = "vendor.zuvek.hardware.camera.vircamera.IVirCameraChannel";
     hostkit::binder::Declare(descriptor + "/virtualcamera.register");
@@ -91,9 +97,9 @@ int main(int argc, char** argv) {
     // A video service's main starts its binder thread pool before anything else: the HAL's
     // calls and death notices arrive on it (HIDL's pool starts by itself with a callback).
     ABinderProcess_startThreadPool();
-    // The simulated device: its graphics mapper, and the HAL transport its manifest declares
+    // The simulated device: its graphics mappers, and the HAL transport its manifest declares
     // (HIDL unless --transport aidl), which GetVersion reports.
-    hostkit::mapper::Offer({4, 3, 2});
+    hostkit::mapper::Offer(options->mappers);
     const bool aidlDevice = options->transport == Transport::AIDL;
 
     LibraryLoader library;
@@ -115,7 +121,7 @@ int main(int argc, char** argv) {
         return 1;
     }
     report.Print(run.requested, static_cast<uint32_t>(run.frames.size()),
-                 Nv21Size(options->width, options->height), aidl ? "AIDL" : "HIDL");
+                 Nv21Size(options->width, options->height), aidl ? "AIDL" : "HIDL", MapperUsed());
     const bool written = WriteOutputs(*options, run.frames);
     // The simulated device shuts down: its service threads end before the process does.
     hostkit::binder::Reset();

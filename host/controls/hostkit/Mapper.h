@@ -7,6 +7,7 @@
 #include <initializer_list>
 #include <optional>
 #include <set>
+#include <string>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -32,12 +33,28 @@ enum class FenceMode { NONE, ONE_FD, TWO_FDS };
 // hwbinder pool; lookups get proxies, so Kill() makes calls fail and death links fire.
 enum class Transport { BINDERIZED, PASSTHROUGH };
 
-// Registers exactly the given mapper major versions (2, 3, 4; any subset, also none) as
+// Registers exactly the given mapper major versions (2, 3, 4, 5; any subset, also none) as
 // "default"; versions live before and not listed are removed (killed, so their death links
 // fire). Versions already live stay as they are. Returns false for unknown numbers or when a
-// registration failed.
+// registration failed. The transport applies to the HIDL versions; 5 is the stable-C mapper,
+// offered as a device does (see ALLOCATOR_INSTANCE).
 bool Offer(std::initializer_list<int> versions, Transport transport = Transport::PASSTHROUGH);
 bool Offer(const std::vector<int>& versions, Transport transport = Transport::PASSTHROUGH);
+
+// Mapper 5: offering it declares and registers the AIDL allocator ALLOCATOR_INSTANCE, whose
+// getIMapperLibrarySuffix() answers the suffix set here (SUFFIX unless changed; Reset() restores
+// it). The library it names, /vendor/lib64/hw/mapper.<suffix>.so, is looked up in the kit's
+// stand-in folder by its libvndksupport. Besides the working library the folder holds broken
+// ones, and no file for SUFFIX_NO_FILE. Mapper 5 never dies: Kill/Restore refuse 5 (to take the
+// allocator away, hostkit::binder::Kill(ALLOCATOR_INSTANCE)).
+constexpr const char* ALLOCATOR_INSTANCE = "android.hardware.graphics.allocator.IAllocator/default";
+constexpr const char* SUFFIX = "hostkit";
+constexpr const char* SUFFIX_NO_FILE = "hostkit_absent";
+constexpr const char* SUFFIX_NO_LOAD_SYMBOL = "hostkit_noload";    // no AIMapper_loadIMapper
+constexpr const char* SUFFIX_NO_VERSION = "hostkit_noversion";     // no ANDROID_HAL_STABLEC_VERSION
+constexpr const char* SUFFIX_VERSION_4 = "hostkit_v4";             // ANDROID_HAL_STABLEC_VERSION 4
+constexpr const char* SUFFIX_LOAD_FAILS = "hostkit_loadfails";     // loadIMapper: NO_RESOURCES
+void SetMapper5Suffix(const std::string& suffix);
 
 // Kill: the version's service dies (calls on existing proxies fail with DEAD_OBJECT, lookups
 // return null). Restore: it is back for new lookups. False for versions not offered.
@@ -49,6 +66,9 @@ bool Restore(int version);
 // CPU locks later require CPU read/write bits in usage matching what they ask for.
 native_handle_t* Allocate(uint32_t width, uint32_t height, int32_t format, uint64_t usage);
 void FreeAllocated(native_handle_t* handle);
+
+// The mapper version (2 to 5) that made the last successful import, 0 if none since Reset().
+int LastImportVersion();
 
 // Imports made by any mapper version and not freed yet.
 size_t LiveImports();
@@ -70,11 +90,13 @@ void FailNext(Operation operation, Error error) {
 }
 
 // Reads a buffer back as the framework would: import, lock for CPU read, copy, unlock, free,
-// through the newest mapper version a lookup finds (nullopt if none, or if any step fails).
+// through the newest HIDL mapper version a lookup finds, else through the kit's buffer registry
+// when mapper 5 is offered (nullopt if none, or if any step fails).
 // The raw handle stays the caller's.
 std::optional<std::vector<uint8_t>> ReadBack(const native_handle_t* rawHandle);
 
-// Back to a device without mappers: removes all versions, pending failures and the fence mode,
+// Back to a device without mappers: removes all versions, pending failures, the fence mode and
+// the mapper 5 suffix,
 // and releases imports left over. Returns the number of imports it had to release.
 size_t Reset();
 

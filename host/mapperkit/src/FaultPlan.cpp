@@ -55,8 +55,19 @@ std::optional<std::pair<dev_t, ino_t>> FaultPlan::LastFence() const {
     return mLastFence;
 }
 
+void FaultPlan::NoteImport(int version) {
+    std::lock_guard<std::mutex> guard(mLock);
+    mLastImportVersion = version;
+}
+
+int FaultPlan::LastImportVersion() const {
+    std::lock_guard<std::mutex> guard(mLock);
+    return mLastImportVersion;
+}
+
 void FaultPlan::Clear() {
     std::lock_guard<std::mutex> guard(mLock);
+    mLastImportVersion = 0;
     for (auto& queue : mFailures) queue.clear();
     mFenceMode = mapper::FenceMode::NONE;
     mLastFence.reset();

@@ -30,6 +30,10 @@ class FaultPlan {
     void SetLastFence(std::optional<std::pair<dev_t, ino_t>> identity);
     std::optional<std::pair<dev_t, ino_t>> LastFence() const;
 
+    // The version of the mapper that imported last (0: none).
+    void NoteImport(int version);
+    int LastImportVersion() const;
+
     void Clear();
 
   private:
@@ -39,6 +43,7 @@ class FaultPlan {
     std::array<std::deque<int32_t>, OPERATION_COUNT> mFailures;
     mapper::FenceMode mFenceMode = mapper::FenceMode::NONE;
     std::optional<std::pair<dev_t, ino_t>> mLastFence;
+    int mLastImportVersion = 0;
 };
 
 }  // namespace hostkit::mapperkit

@@ -10,12 +10,14 @@
 #include "ImportRegistry.h"
 #include "MapperReadBack.h"
 #include "MapperVersions.h"
+#include "StableCOffer.h"
 
 namespace hostkit::mapper {
 
 using mapperkit::FaultPlan;
 using mapperkit::ImportRegistry;
 using mapperkit::MapperVersions;
+using mapperkit::StableCOffer;
 
 namespace {
 
@@ -29,8 +31,9 @@ bool Offer(std::initializer_list<int> versions, Transport transport) {
 
 // Keeps no state of its own: the HIDL registry already knows which versions are live.
 bool Offer(const std::vector<int>& versions, Transport transport) {
-    bool ok = std::all_of(versions.begin(), versions.end(),
-                          [](int v) { return MapperVersions::Descriptor(v) != nullptr; });
+    bool ok = std::all_of(versions.begin(), versions.end(), [](int v) {
+        return MapperVersions::Descriptor(v) != nullptr || v == StableCOffer::VERSION;
+    });
     for (int version : MapperVersions::ALL) {
         const char* descriptor = MapperVersions::Descriptor(version);
         const bool wanted = std::find(versions.begin(), versions.end(), version) != versions.end();
@@ -40,6 +43,11 @@ bool Offer(const std::vector<int>& versions, Transport transport) {
         } else if (!wanted && live) {
             hidl::Kill(descriptor, INSTANCE);
         }
+    }
+    if (std::find(versions.begin(), versions.end(), StableCOffer::VERSION) != versions.end()) {
+        ok = StableCOffer::Offer() && ok;
+    } else {
+        StableCOffer::Withdraw();
     }
     return ok;
 }
@@ -63,6 +71,10 @@ void FreeAllocated(native_handle_t* handle) {
     native_handle_delete(handle);
 }
 
+int LastImportVersion() {
+    return FaultPlan::Get().LastImportVersion();
+}
+
 size_t LiveImports() {
     return ImportRegistry::Get().LiveImports();
 }
@@ -79,6 +91,10 @@ std::optional<std::pair<dev_t, ino_t>> LastReleaseFence() {
     return FaultPlan::Get().LastFence();
 }
 
+void SetMapper5Suffix(const std::string& suffix) {
+    StableCOffer::SetSuffix(suffix);
+}
+
 void FailNextCode(Operation operation, int32_t error) {
     FaultPlan::Get().FailNext(operation, error);
 }
@@ -90,6 +106,7 @@ std::optional<std::vector<uint8_t>> ReadBack(const native_handle_t* rawHandle) {
 size_t Reset() {
     Offer({});
     FaultPlan::Get().Clear();
+    StableCOffer::SetSuffix(SUFFIX);
     return ImportRegistry::Get().ReleaseAll();
 }
 

@@ -8,6 +8,8 @@
 #include <android/hardware/graphics/mapper/4.0/IMapper.h>
 
 #include "BufferLayout.h"
+#include "ImportRegistry.h"
+#include "StableCOffer.h"
 
 namespace hostkit::mapperkit {
 
@@ -58,6 +60,27 @@ std::optional<std::vector<uint8_t>> ReadWith(const sp<IMapperT>& mapper, const n
     return bytes;
 }
 
+// Mapper 5 lives in a module of the kit that works on this same registry: reading through the
+// registry is reading through mapper 5.
+std::optional<std::vector<uint8_t>> ReadWithRegistry(const native_handle_t* raw, size_t size) {
+    ImportRegistry& registry = ImportRegistry::Get();
+    const native_handle_t* buffer = nullptr;
+    if (registry.Import(raw, &buffer) != GrallocError::NONE) {
+        return std::nullopt;
+    }
+    void* imported = const_cast<native_handle_t*>(buffer);
+    std::optional<std::vector<uint8_t>> bytes;
+    LockResult result;
+    const uint64_t read = static_cast<uint64_t>(BufferUsage::CPU_READ_OFTEN);
+    if (registry.Lock(imported, read, AccessRegion{}, nullptr, &result) == GrallocError::NONE) {
+        const auto* begin = static_cast<const uint8_t*>(result.address);
+        bytes.emplace(begin, begin + size);
+        if (registry.Unlock(imported) != GrallocError::NONE) bytes.reset();
+    }
+    if (registry.Free(imported) != GrallocError::NONE) bytes.reset();
+    return bytes;
+}
+
 }  // namespace
 
 std::optional<std::vector<uint8_t>> MapperReadBack::Read(const native_handle_t* rawHandle) {
@@ -73,6 +96,9 @@ std::optional<std::vector<uint8_t>> MapperReadBack::Read(const native_handle_t* 
     }
     if (auto mapper = mapper2::IMapper::tryGetService("default", false)) {
         return ReadWith<mapper2::IMapper, mapper2::Error>(mapper, rawHandle, info->size);
+    }
+    if (StableCOffer::IsOffered()) {
+        return ReadWithRegistry(rawHandle, info->size);
     }
     return std::nullopt;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 
 #include <hidl/HidlSupport.h>
@@ -47,6 +48,7 @@ class MapperService final : public IMapperT {
         if (error == GrallocError::NONE) {
             error = ImportRegistry::Get().Import(rawHandle.getNativeHandle(), &buffer);
         }
+        if (error == GrallocError::NONE) FaultPlan::Get().NoteImport(MajorVersion());
         if (cb) cb(ToMapperError<ErrorT>(error), const_cast<native_handle_t*>(buffer));
         return ::android::hardware::Void();
     }
@@ -95,6 +97,11 @@ class MapperService final : public IMapperT {
     }
 
   private:
+    // The digit after '@' in "android.hardware.graphics.mapper@4.0::IMapper".
+    static int MajorVersion() {
+        const char* at = std::strchr(IMapperT::descriptor, '@');
+        return at != nullptr ? at[1] - '0' : 0;
+    }
     static GrallocError Begin(mapper::Operation operation) {
         return FaultPlan::Get().Take(operation).value_or(GrallocError::NONE);
     }
