@@ -14,8 +14,9 @@ namespace {
 class Y4mSourceTest : public testing::Test {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/feed_y4m_XXXXXX";
-        ASSERT_NE(nullptr, mkdtemp(pattern));
+        // TempDir: /tmp/ on a host, /data/local/tmp/ on a phone.
+        std::string pattern = ::testing::TempDir() + "feed_y4m_XXXXXX";
+        ASSERT_NE(nullptr, mkdtemp(pattern.data()));
         mDir = pattern;
     }
     void TearDown() override {
