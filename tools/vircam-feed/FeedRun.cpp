@@ -27,8 +27,9 @@ void RequestStop(int) {
 // Waits until `filled()` reaches `total` or a signal asks to stop, with progress on stderr
 // (a line that updates itself on a terminal, a line a second while frames come otherwise).
 // The report starts with the first frame: the camera may open long after the feed.
-template <class Filled>
-void WaitForFrames(Filled filled, uint32_t total, FeedReport& report) {
+// `poll` runs between checks.
+template <class Filled, class Poll>
+void WaitForFrames(Filled filled, uint32_t total, FeedReport& report, Poll poll) {
     const bool terminal = isatty(STDERR_FILENO);
     uint32_t shown = UINT32_MAX;
     auto lastLine = std::chrono::steady_clock::now();
@@ -45,6 +46,7 @@ void WaitForFrames(Filled filled, uint32_t total, FeedReport& report) {
             shown = done;
             lastLine = now;
         }
+        poll();
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     fprintf(stderr, "%s  frames %u/%u%s\n", terminal ? "\r" : "", filled(), total,
@@ -56,22 +58,36 @@ template <class Wrapper, class Service>
 std::optional<uint32_t> Feed(Wrapper& wrapper, const std::shared_ptr<Service>& service, bool aidl,
                              const FeedOptions& options, FeedReport& report) {
     const int uniqueID = UniqueId(FEED_DEVICE, FEED_SERVICE);
-    int ret = wrapper.RegisterCallback(FEED_DEVICE, FEED_SERVICE, android::IVirCameraWrapper::MODE_REGISTER, service);
-    PrintStep("RegisterCallback (register instance)", ret);
-    if (ret == 0 && aidl && options.registerCamera) {
-        // Over AIDL, switch reports reach the callback registered with the stream-change instance.
-        ret = wrapper.RegisterCallback(FEED_DEVICE, FEED_SERVICE, android::IVirCameraWrapper::MODE_STREAM_CHANGE,
-                                       service);
-        PrintStep("RegisterCallback (stream-change instance)", ret);
-    }
-    if (ret != 0) {
+    auto registerAll = [&] {
+        int ret = wrapper.RegisterCallback(FEED_DEVICE, FEED_SERVICE, android::IVirCameraWrapper::MODE_REGISTER,
+                                           service);
+        PrintStep("RegisterCallback (register instance)", ret);
+        if (ret == 0 && aidl && options.registerCamera) {
+            // Over AIDL, switch reports reach the callback registered with the stream-change instance.
+            ret = wrapper.RegisterCallback(FEED_DEVICE, FEED_SERVICE, android::IVirCameraWrapper::MODE_STREAM_CHANGE,
+                                           service);
+            PrintStep("RegisterCallback (stream-change instance)", ret);
+        }
+        if (ret == 0 && options.registerCamera) {
+            RegisterVirtualCamera(wrapper, uniqueID, options);
+        }
+        return ret == 0;
+    };
+    if (!registerAll()) {
         return std::nullopt;
     }
-    if (options.registerCamera) {
-        RegisterVirtualCamera(wrapper, uniqueID, options);
-    }
+    // A HAL that dies and restarts has forgotten the feed: register again once it is back.
+    auto registerAfterDeath = [&] {
+        if (!service->WaitForServiceDied(std::chrono::milliseconds(0))) {
+            return;
+        }
+        fprintf(stderr, "vircam-feed: the HAL died; registering again\n");
+        while (!gStopRequested && !registerAll()) {
+            std::this_thread::sleep_for(std::chrono::seconds(1));
+        }
+    };
     fprintf(stderr, "vircam-feed: waiting for the camera to ask for frames (Ctrl-C stops)\n");
-    WaitForFrames([&] { return service->FramesFilled(); }, options.frames, report);
+    WaitForFrames([&] { return service->FramesFilled(); }, options.frames, report, registerAfterDeath);
     if (options.registerCamera) {
         UnregisterVirtualCamera(wrapper, uniqueID);
     }
