@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -15,7 +14,7 @@ struct Parsed {
     bool help = false;
 };
 
-Parsed Parse(std::initializer_list<const char*> args) {
+Parsed Parse(const std::vector<std::string>& args) {
     std::vector<std::string> storage = {"vircam-feed"};
     storage.insert(storage.end(), args.begin(), args.end());
     std::vector<char*> argv;
@@ -46,7 +45,7 @@ TEST(FeedOptionsTest, EveryOptionIsRead) {
 }
 
 TEST(FeedOptionsTest, BadOptionsAreNamed) {
-    const std::vector<std::pair<std::initializer_list<const char*>, std::string>> cases = {
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
         {{"--size", "64x48"}, "unknown option: --size"},
         {{"--frames", "0"}, "--frames takes a number from 1 to 1000000"},
         {{"--frames", "12x"}, "--frames takes a number from 1 to 1000000"},
