@@ -1,4 +1,6 @@
 #define LOG_TAG "VIRCAMERA_AIDL_WRAPPERCB"
+// Trace sections of this file go to the camera category of a capture.
+#define ATRACE_TAG ATRACE_TAG_CAMERA
 
 #include "callback/AidlVirCameraCallback.h"
 
@@ -8,6 +10,7 @@
 #include <aidlcommonsupport/NativeHandle.h>
 #include <json/value.h>
 #include <log/log.h>
+#include <utils/Trace.h>
 
 #include "client/AidlVirtualCameraClient.h"
 #include "common/JsonUtil.h"
@@ -32,6 +35,25 @@ constexpr int32_t CMD_FLUSH = 15014;
 constexpr int32_t CMD_SWITCH_ON_RESULT = 20004;
 constexpr int32_t CMD_SWITCH_OFF_RESULT = 20005;
 constexpr int32_t CMD_CLEAR_SWITCH_SERVICE = 20006;
+
+// The trace section of a HAL command.
+const char* TraceName(int32_t cmd) {
+    switch (cmd) {
+        case CMD_META_REQUEST: return "AIDL metaRequest";
+        case CMD_CONFIG_STREAM: return "AIDL configStream";
+        case CMD_UNREGISTER_BUFFER: return "AIDL unregisterBuffer";
+        case CMD_IMAGE_REQUEST: return "AIDL imageRequest";
+        case CMD_OPEN_CONTROL_SESSION: return "AIDL openControlSession";
+        case CMD_CLOSE_CONTROL_SESSION: return "AIDL closeControlSession";
+        case CMD_OPEN_DATA_SESSION: return "AIDL openDataSession";
+        case CMD_CLOSE_DATA_SESSION: return "AIDL closeDataSession";
+        case CMD_FLUSH: return "AIDL flush";
+        case CMD_SWITCH_ON_RESULT: return "AIDL switchOnResult";
+        case CMD_SWITCH_OFF_RESULT: return "AIDL switchOffResult";
+        case CMD_CLEAR_SWITCH_SERVICE: return "AIDL clearSwitchService";
+        default: return "AIDL command";
+    }
+}
 
 constexpr int32_t ERR_NULL_REPLY = -200001;
 constexpr int32_t ERR_UNKNOWN_CMD = -200002;
@@ -100,6 +122,7 @@ int32_t AidlVirCameraCallback::CallCallerWithData(int32_t cmd, const std::string
 
 ndk::ScopedAStatus AidlVirCameraCallback::processCmdRequest(int32_t cmd, const std::string& json,
                                                             StatusResult* reply) {
+    ATRACE_NAME(TraceName(cmd));
     ALOGD("%s cmd:%d", "processCmdRequest", cmd);
     if (reply == nullptr) {
         return ndk::ScopedAStatus::fromServiceSpecificError(ERR_NULL_REPLY);
@@ -145,6 +168,7 @@ ndk::ScopedAStatus AidlVirCameraCallback::processCmdRequest(int32_t cmd, const s
 
 ndk::ScopedAStatus AidlVirCameraCallback::processInfoData(int32_t cmd, const std::string& json,
                                                           const std::vector<InfoData>& items, StatusResult* reply) {
+    ATRACE_NAME(TraceName(cmd));
     ALOGD("%s cmd:%d", "processInfoData", cmd);
     if (reply == nullptr) {
         return ndk::ScopedAStatus::fromServiceSpecificError(ERR_NULL_REPLY);
@@ -228,6 +252,7 @@ int32_t AidlVirCameraCallback::ProcessOneImageRequest(const VirImageBuffer& buff
 
 void* AidlVirCameraCallback::LockVideoBuffer(int32_t /*uniqueID*/, int32_t streamId, unsigned long bufferId,
                                              void** outHandleData) {
+    ATRACE_NAME("AIDL lockVideoBuffer");
     void* address = nullptr;
     CacheResult result = mStreamBuffers.Lock(StreamBufferID::From(streamId, bufferId), outHandleData, address);
     const long long id = static_cast<long long>(bufferId);
@@ -255,6 +280,7 @@ void* AidlVirCameraCallback::LockVideoBuffer(int32_t /*uniqueID*/, int32_t strea
 
 int32_t AidlVirCameraCallback::UnLockVideoBuffer(int32_t /*uniqueID*/, int32_t streamId, unsigned long bufferId,
                                                  int32_t& outReleaseFence) {
+    ATRACE_NAME("AIDL unlockVideoBuffer");
     CacheResult result = mStreamBuffers.Unlock(StreamBufferID::From(streamId, bufferId), outReleaseFence);
     const long long id = static_cast<long long>(bufferId);
     switch (result.status) {

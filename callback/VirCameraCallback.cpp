@@ -1,4 +1,6 @@
 #define LOG_TAG "VIRCAMERA_HIDL_WRAPPERCB"
+// Trace sections of this file go to the camera category of a capture.
+#define ATRACE_TAG ATRACE_TAG_CAMERA
 
 #include "callback/VirCameraCallback.h"
 
@@ -9,6 +11,7 @@
 #include <cstring>
 
 #include <log/log.h>
+#include <utils/Trace.h>
 
 #include "callback/HidlRecordConvert.h"
 #include "common/AnonyString.h"
@@ -66,6 +69,7 @@ std::shared_ptr<IVirCameraWrapperCallback> VirCameraCallback::LockCallback() {
 
 Return<void> VirCameraCallback::openControlSession(const hidl_string& device, const hidl_string& service,
                                                    openControlSession_cb _hidl_cb) {
+    ATRACE_NAME("HIDL openControlSession");
     ALOGD("openControlSession service=%s", VideoGetAnonyString(service).c_str());
     auto callback = LockCallback();
     if (callback == nullptr) {
@@ -80,6 +84,7 @@ Return<void> VirCameraCallback::openControlSession(const hidl_string& device, co
 }
 
 Return<VirOptResult> VirCameraCallback::closeControlSession(uint32_t sessionId) {
+    ATRACE_NAME("HIDL closeControlSession");
     ALOGD("closeControlSession sessionid=%s", AnonySessionId(sessionId).c_str());
     auto callback = LockCallback();
     if (callback == nullptr) {
@@ -89,6 +94,7 @@ Return<VirOptResult> VirCameraCallback::closeControlSession(uint32_t sessionId) 
 }
 
 Return<VirOptResult> VirCameraCallback::configStream(uint32_t sessionId, const VirStreamConfiguration& config) {
+    ATRACE_NAME("HIDL configStream");
     ALOGD("configStream sessionid=%s", AnonySessionId(sessionId).c_str());
     auto callback = LockCallback();
     if (callback == nullptr) {
@@ -105,6 +111,7 @@ Return<VirOptResult> VirCameraCallback::configStream(uint32_t sessionId, const V
 
 Return<void> VirCameraCallback::openDataSession(const hidl_string& device, const hidl_string& service,
                                                 openDataSession_cb _hidl_cb) {
+    ATRACE_NAME("HIDL openDataSession");
     ALOGD("openDataSession service=%s", VideoGetAnonyString(service).c_str());
     auto callback = LockCallback();
     if (callback == nullptr) {
@@ -118,6 +125,7 @@ Return<void> VirCameraCallback::openDataSession(const hidl_string& device, const
 }
 
 Return<VirOptResult> VirCameraCallback::closeDataSession(uint32_t sessionId) {
+    ATRACE_NAME("HIDL closeDataSession");
     ALOGD("closeDataSession sessionid=%s", AnonySessionId(sessionId).c_str());
     auto callback = LockCallback();
     if (callback == nullptr) {
@@ -127,6 +135,7 @@ Return<VirOptResult> VirCameraCallback::closeDataSession(uint32_t sessionId) {
 }
 
 Return<VirOptResult> VirCameraCallback::flush(uint32_t sessionId) {
+    ATRACE_NAME("HIDL flush");
     ALOGD("flush sessionid=%s", AnonySessionId(sessionId).c_str());
     auto callback = LockCallback();
     if (callback == nullptr) {
@@ -139,6 +148,7 @@ Return<VirOptResult> VirCameraCallback::flush(uint32_t sessionId) {
 
 Return<void> VirCameraCallback::processImageRequest(uint32_t sessionId, const hidl_vec<VirImageBuffer>& buffers,
                                                     processImageRequest_cb _hidl_cb) {
+    ATRACE_NAME("HIDL processImageRequest");
     if (buffers.size() == 0) {
         _hidl_cb(VirOptResult::SUCCESS, 0);
         return Void();
@@ -186,6 +196,7 @@ int32_t VirCameraCallback::ProcessOneImageRequest(const VirImageBuffer& buffer) 
 }
 
 Return<VirOptResult> VirCameraCallback::unregisterBuffer(uint32_t sessionId, const hidl_vec<VirBufferCache>& caches) {
+    ATRACE_NAME("HIDL unregisterBuffer");
     ALOGD("unregisterBuffer sessionid=%s", AnonySessionId(sessionId).c_str());
     if (caches.size() == 0) {
         return VirOptResult::SUCCESS;
@@ -221,6 +232,7 @@ int32_t VirCameraCallback::UnregistOneBuffer(int32_t streamId, unsigned long buf
 }
 
 Return<VirOptResult> VirCameraCallback::processMetaRequest(uint32_t sessionId, const VirMetaRequest& request) {
+    ATRACE_NAME("HIDL processMetaRequest");
     auto callback = LockCallback();
     if (callback == nullptr) {
         return VirOptResult::FAILED;
@@ -232,6 +244,7 @@ Return<VirOptResult> VirCameraCallback::processMetaRequest(uint32_t sessionId, c
 
 void* VirCameraCallback::LockVideoBuffer(int32_t /*uniqueID*/, int32_t streamId, unsigned long bufferId,
                                          void** outHandleData) {
+    ATRACE_NAME("HIDL lockVideoBuffer");
     void* address = nullptr;
     CacheResult result = mStreamBuffers.Lock(StreamBufferID::From(streamId, bufferId), outHandleData, address);
     switch (result.status) {
@@ -256,6 +269,7 @@ void* VirCameraCallback::LockVideoBuffer(int32_t /*uniqueID*/, int32_t streamId,
 
 int32_t VirCameraCallback::UnLockVideoBuffer(int32_t /*uniqueID*/, int32_t streamId, unsigned long bufferId,
                                              int32_t& outReleaseFence) {
+    ATRACE_NAME("HIDL unlockVideoBuffer");
     CacheResult result = mStreamBuffers.Unlock(StreamBufferID::From(streamId, bufferId), outReleaseFence);
     switch (result.status) {
         case CacheStatus::OK:

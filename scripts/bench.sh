@@ -41,4 +41,12 @@ for label, name in (("buffer_cache_lookup_8x64_us", "BM_BufferCacheLookup8x64"),
     t = time_us(name)
     if t is not None:
         print("%s: %.2f (ratio to memcpy %.4f)" % (label, t, t / base))
+# Trace sections compiled into the frame path, tracing off: their cost per frame.
+off = time_us("BM_FrameTraceSectionsOff")
+if off is not None:
+    line = "trace_sections_off_per_frame_us: %.4f (ratio to memcpy %.6f" % (off, off / base)
+    hidl = time_us("BM_HidlFrameOverhead")
+    if hidl:
+        line += ", share of hidl frame overhead %.4f" % (off / hidl)
+    print(line + ")")
 PY

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Usage: scripts/demo.sh [vircam-demo options]
+# Usage: scripts/demo.sh [vircam-demo options], e.g. --source FILE.y4m to feed a video file
 # Installs what is missing, builds in release mode and runs the demo: a video service on
 # libvircamerawrapper feeding the simulated HAL (a few seconds of 1080p by default).
 set -euo pipefail

@@ -1,4 +1,6 @@
 #define LOG_TAG "VIRCAMERA_AIDL_SERVICE"
+// Trace sections of this file go to the camera category of a capture.
+#define ATRACE_TAG ATRACE_TAG_CAMERA
 
 #include "wrapper/AidlService.h"
 
@@ -7,6 +9,7 @@
 #include <android/binder_process.h>
 #include <json/value.h>
 #include <log/log.h>
+#include <utils/Trace.h>
 
 #include "client/AidlVirtualCameraClient.h"
 #include "common/HashIdCache.h"
@@ -31,6 +34,7 @@ constexpr int ERR_BAD_JSON = -1;
 constexpr int CMD_SERVICE_DIED = 15016;
 constexpr int CMD_HAL_REQUEST_FIRST = 20001;
 constexpr int CMD_HAL_REQUEST_LAST = 20003;
+constexpr int CMD_IMAGE_DONE = 20003;  // a filled buffer goes back to the HAL
 constexpr int CMD_HAL_DATA = 9101;
 constexpr int CMD_LOCK_BUFFER = 9108;
 constexpr int CMD_UNLOCK_BUFFER = 9109;
@@ -266,6 +270,7 @@ void AidlService::OnBinderDied() {
 }
 
 OptResult AidlService::SendRequest(int cmd, const std::string& data) {
+    ATRACE_NAME(cmd == CMD_IMAGE_DONE ? "AIDL imageBufferDone" : "AIDL sendRequest");
     ALOGD("%s: SendRequest %d ", "SendRequest", cmd);
     OptResult result;
     std::shared_ptr<IVirCameraChannel> channel = FindService();

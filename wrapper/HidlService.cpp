@@ -1,10 +1,13 @@
 #define LOG_TAG "VIRCAMERA_HIDL_SERVICE"
+// Trace sections of this file go to the camera category of a capture.
+#define ATRACE_TAG ATRACE_TAG_CAMERA
 
 #include "wrapper/HidlService.h"
 
 #include <unistd.h>
 
 #include <log/log.h>
+#include <utils/Trace.h>
 
 #include "common/AnonyString.h"
 #include "wrapper/HidlChannelName.h"
@@ -202,6 +205,7 @@ int HidlService::Notify(int msgId, const std::string& data) {
 }
 
 int HidlService::OnVirImageBufferDone(int sessionId, const VirCameraImageResult& result) {
+    ATRACE_NAME("HIDL imageBufferDone");
     sp<VirCameraDeathWatcher> watcher = DeathWatcher();
     if (watcher == nullptr) {
         return -1;

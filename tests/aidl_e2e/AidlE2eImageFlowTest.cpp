@@ -5,9 +5,11 @@
 #include <hostkit/HidlServices.h>
 #include <hostkit/LogCapture.h>
 #include <hostkit/Mapper.h>
+#include <hostkit/TraceCapture.h>
 
 #include "AidlE2eFixture.h"
 #include "ImageWriter.h"
+#include "TraceSections.h"
 
 namespace aidle2e {
 namespace {
@@ -71,6 +73,20 @@ protected:
     std::unique_ptr<ImageWriter> mWriter;
     std::shared_ptr<vircamsim::SimAidlFramework> mFramework;
 };
+
+// A capture shows a frame's path: the HAL's image request with the caller's lock and
+// unlock in it, then the buffer done, each a closed section.
+TEST_F(AidlE2eImageFlowTest, AFrameLeavesItsTraceSections) {
+    hostkit::trace::Start(ATRACE_TAG_CAMERA);
+    RunFrame(1, {10});
+    hostkit::trace::Stop();
+    EXPECT_EQ((std::vector<std::string>{"AIDL imageRequest", "AIDL lockVideoBuffer", "AIDL unlockVideoBuffer",
+                                        "AIDL imageBufferDone"}),
+              BeganSections(hostkit::trace::Events()));
+    // With no capture running, the frame path writes nothing.
+    RunFrame(2, {10});
+    EXPECT_EQ(4u, BeganSections(hostkit::trace::Events()).size());
+}
 
 TEST_F(AidlE2eImageFlowTest, WrittenFramesReadBackExactly) {
     RunFrame(1, {10, 11});

@@ -4,9 +4,11 @@
 #include <gtest/gtest.h>
 #include <hostkit/LogCapture.h>
 #include <hostkit/Mapper.h>
+#include <hostkit/TraceCapture.h>
 
 #include "E2eSupport.h"
 #include "OpenFds.h"
+#include "TraceSections.h"
 #include "hidl/SimHidlFramework.h"
 
 namespace e2e {
@@ -189,6 +191,36 @@ TEST_F(HidlE2eSession, OnlyMapper5StreamsEveryFrame) {
     }
     EXPECT_TRUE(hostkit::mapper::MappedRegions().empty());
     EXPECT_EQ(fdsBefore, OpenFds());
+}
+
+// A capture shows a frame's path: the HAL's image request, and in it the caller's lock,
+// unlock and buffer done, each a closed section.
+TEST_F(HidlE2eSession, AFrameLeavesItsTraceSections) {
+    const int id = UniqueId(DEVICE, SERVICE);
+    android::IVirCameraWrapper* wrapper = NewWrapper();
+    auto caller = std::make_shared<E2eCaller>(wrapper, id);
+    SimHidlFramework framework(mRegisterChannel, 2);
+    ASSERT_EQ(0, wrapper->RegisterCallback(DEVICE, SERVICE, android::IVirCameraWrapper::MODE_REGISTER, caller));
+    ASSERT_TRUE(framework.OpenControlSession(DEVICE, SERVICE).has_value());
+    ASSERT_TRUE(framework.ConfigureStreams(E2eCaller::CONTROL_SESSION_ID, {{5, 64, 48, 17}}).has_value());
+    ASSERT_TRUE(framework.OpenDataSession(DEVICE, SERVICE).has_value());
+
+    hostkit::trace::Start(ATRACE_TAG_CAMERA);
+    ASSERT_TRUE(framework.SendImageRequest(E2eCaller::DATA_SESSION_ID, 0).has_value());
+    ASSERT_TRUE(framework.WaitForReturnedFrames(1, 5s));
+    hostkit::trace::Stop();
+    EXPECT_EQ((std::vector<std::string>{"HIDL processImageRequest", "HIDL lockVideoBuffer", "HIDL unlockVideoBuffer",
+                                        "HIDL imageBufferDone"}),
+              BeganSections(hostkit::trace::Events()));
+
+    // With no capture running, the frame path writes nothing.
+    ASSERT_TRUE(framework.SendImageRequest(E2eCaller::DATA_SESSION_ID, 1).has_value());
+    ASSERT_TRUE(framework.WaitForReturnedFrames(2, 5s));
+    EXPECT_EQ(4u, BeganSections(hostkit::trace::Events()).size());
+
+    EXPECT_TRUE(framework.CloseDataSession(E2eCaller::DATA_SESSION_ID).has_value());
+    EXPECT_EQ(0, wrapper->UnRegisterCallback(DEVICE, SERVICE));
+    DeleteWrappers();
 }
 
 }  // namespace

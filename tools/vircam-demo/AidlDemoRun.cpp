@@ -7,12 +7,16 @@
 #include <hostkit/BinderServices.h>
 
 #include "AidlVideoService.h"
-#include "DemoSteps.h"
+#include "FeedSteps.h"
 #include "aidl/SimAidlFramework.h"
 
 namespace vircamdemo {
 
 namespace {
+
+using vircamfeed::FEED_DEVICE;
+using vircamfeed::FEED_SERVICE;
+using vircamfeed::PrintStep;
 
 constexpr std::chrono::seconds STEP_TIMEOUT{10};
 constexpr int32_t RING = 3;
@@ -69,7 +73,8 @@ uint32_t Stream(vircamsim::SimAidlFramework& framework, uint32_t first, uint32_t
 
 }  // namespace
 
-RunResult RunAidl(const DemoOptions& options, LibraryLoader& library, DemoReport& report) {
+RunResult RunAidl(const DemoOptions& options, LibraryLoader& library, FrameSource& source,
+                 FeedReport& report) {
     RunResult run;
     SimulatedAidlDevice device;
     if (!device.Ok()) {
@@ -80,15 +85,15 @@ RunResult RunAidl(const DemoOptions& options, LibraryLoader& library, DemoReport
     android::IVirCameraWrapperV2* raw = nullptr;
     library.createWrapperV2(&raw);
     std::unique_ptr<android::IVirCameraWrapperV2> wrapper(raw);
-    const int uniqueID = UniqueId(DEMO_DEVICE, DEMO_SERVICE);
-    auto service = std::make_shared<AidlVideoService>(*wrapper, uniqueID, report);
+    const int uniqueID = vircamfeed::UniqueId(FEED_DEVICE, FEED_SERVICE);
+    auto service = std::make_shared<vircamfeed::AidlVideoService>(*wrapper, uniqueID, report, source);
 
     auto registerCallback = [&] {
-        int ret = wrapper->RegisterCallback(DEMO_DEVICE, DEMO_SERVICE, android::IVirCameraWrapper::MODE_REGISTER, service);
+        int ret = wrapper->RegisterCallback(FEED_DEVICE, FEED_SERVICE, android::IVirCameraWrapper::MODE_REGISTER, service);
         PrintStep("RegisterCallback (register instance)", ret);
         if (ret == 0 && options.registerCamera) {
             // Switch reports reach the callback registered with the stream-change instance.
-            ret = wrapper->RegisterCallback(DEMO_DEVICE, DEMO_SERVICE, android::IVirCameraWrapper::MODE_STREAM_CHANGE,
+            ret = wrapper->RegisterCallback(FEED_DEVICE, FEED_SERVICE, android::IVirCameraWrapper::MODE_STREAM_CHANGE,
                                             service);
             PrintStep("RegisterCallback (stream-change instance)", ret);
         }
@@ -98,7 +103,7 @@ RunResult RunAidl(const DemoOptions& options, LibraryLoader& library, DemoReport
         return run;
     }
     if (options.registerCamera) {
-        RegisterVirtualCamera(*wrapper, uniqueID, options);
+        vircamfeed::RegisterVirtualCamera(*wrapper, uniqueID, options);
     }
     if (!OpenStream(*framework, options)) {
         return run;
@@ -128,10 +133,10 @@ RunResult RunAidl(const DemoOptions& options, LibraryLoader& library, DemoReport
     report.Stop();
     framework->CloseDataSession();
     if (options.registerCamera) {
-        UnregisterVirtualCamera(*wrapper, uniqueID);
+        vircamfeed::UnregisterVirtualCamera(*wrapper, uniqueID);
     }
     for (const auto& request : device.registerChannel->CallerRequests()) {
-        if (request.cmd == AidlVideoService::CMD_IMAGE_DONE && request.bytes) {
+        if (request.cmd == vircamfeed::AidlVideoService::CMD_IMAGE_DONE && request.bytes) {
             run.frames[static_cast<uint32_t>(request.frameNumber)] = *request.bytes;
         }
     }
@@ -145,7 +150,7 @@ RunResult RunAidl(const DemoOptions& options, LibraryLoader& library, DemoReport
         channel->Kill();
     }
     WaitForDeathNotifications(delivered + links);
-    PrintStep("UnRegisterCallback", wrapper->UnRegisterCallback(DEMO_DEVICE, DEMO_SERVICE));
+    PrintStep("UnRegisterCallback", wrapper->UnRegisterCallback(FEED_DEVICE, FEED_SERVICE));
     run.ok = true;
     return run;
 }

@@ -1,11 +1,12 @@
 #pragma once
 
-#include "DemoReport.h"
+#include "FeedReport.h"
 #include "HidlDemoRun.h"
 
 namespace vircamdemo {
 
 // Streams over the AIDL wrapper against the simulated AIDL HAL.
-RunResult RunAidl(const DemoOptions& options, LibraryLoader& library, DemoReport& report);
+RunResult RunAidl(const DemoOptions& options, LibraryLoader& library, FrameSource& source,
+                 FeedReport& report);
 
 }  // namespace vircamdemo

@@ -6,7 +6,7 @@
 #include <hostkit/HidlServices.h>
 #include <hostkit/Mapper.h>
 
-#include "DemoSteps.h"
+#include "FeedSteps.h"
 #include "HidlVideoService.h"
 #include "hidl/SimCameraProvider.h"
 #include "hidl/SimHidlFramework.h"
@@ -14,6 +14,10 @@
 namespace vircamdemo {
 
 namespace {
+
+using vircamfeed::FEED_DEVICE;
+using vircamfeed::FEED_SERVICE;
+using vircamfeed::PrintStep;
 
 constexpr std::chrono::seconds STEP_TIMEOUT{10};
 
@@ -36,7 +40,7 @@ struct SimulatedHidlDevice {
 
 // Opens the sessions and configures one NV21 stream; the data session id, or 0.
 uint32_t OpenStream(vircamsim::SimHidlFramework& framework, const DemoOptions& options) {
-    auto control = framework.OpenControlSession(DEMO_DEVICE, DEMO_SERVICE);
+    auto control = framework.OpenControlSession(FEED_DEVICE, FEED_SERVICE);
     if (!control) {
         return 0;
     }
@@ -46,7 +50,7 @@ uint32_t OpenStream(vircamsim::SimHidlFramework& framework, const DemoOptions& o
         return 0;
     }
     PrintStep("HAL: configure stream (NV21)", 0);
-    auto data = framework.OpenDataSession(DEMO_DEVICE, DEMO_SERVICE);
+    auto data = framework.OpenDataSession(FEED_DEVICE, FEED_SERVICE);
     if (data) {
         PrintStep("HAL: open data session", *data);
     }
@@ -54,10 +58,10 @@ uint32_t OpenStream(vircamsim::SimHidlFramework& framework, const DemoOptions& o
 }
 
 // Streams frames [first, first + count) and waits for them to come back; the number sent.
-uint32_t Stream(vircamsim::SimHidlFramework& framework, const HidlVideoService& service, uint32_t session,
+uint32_t Stream(vircamsim::SimHidlFramework& framework, const vircamfeed::HidlVideoService& service, uint32_t session,
                 uint32_t first, uint32_t count, const DemoOptions& options, size_t alreadyReturned) {
     framework.StartStreaming(session, first, count, std::chrono::milliseconds(1000 / options.fps));
-    ShowProgress([&] { return service.FramesFilled(); }, first + count);
+    vircamfeed::ShowProgress([&] { return service.FramesFilled(); }, first + count);
     const uint32_t sent = framework.StopStreaming();
     framework.WaitForReturnedFrames(alreadyReturned + sent, STEP_TIMEOUT);
     return sent;
@@ -65,7 +69,8 @@ uint32_t Stream(vircamsim::SimHidlFramework& framework, const HidlVideoService& 
 
 }  // namespace
 
-RunResult RunHidl(const DemoOptions& options, LibraryLoader& library, DemoReport& report) {
+RunResult RunHidl(const DemoOptions& options, LibraryLoader& library, FrameSource& source,
+                 FeedReport& report) {
     RunResult run;
     SimulatedHidlDevice device;
     if (!device.Ok()) {
@@ -76,11 +81,11 @@ RunResult RunHidl(const DemoOptions& options, LibraryLoader& library, DemoReport
     android::IVirCameraWrapper* raw = nullptr;
     library.createWrapper(&raw);
     std::unique_ptr<android::IVirCameraWrapper> wrapper(raw);
-    const int uniqueID = UniqueId(DEMO_DEVICE, DEMO_SERVICE);
-    auto service = std::make_shared<HidlVideoService>(*wrapper, uniqueID, report);
+    const int uniqueID = vircamfeed::UniqueId(FEED_DEVICE, FEED_SERVICE);
+    auto service = std::make_shared<vircamfeed::HidlVideoService>(*wrapper, uniqueID, report, source);
 
     auto registerCallback = [&] {
-        int ret = wrapper->RegisterCallback(DEMO_DEVICE, DEMO_SERVICE, android::IVirCameraWrapper::MODE_REGISTER, service);
+        int ret = wrapper->RegisterCallback(FEED_DEVICE, FEED_SERVICE, android::IVirCameraWrapper::MODE_REGISTER, service);
         PrintStep("RegisterCallback", ret);
         return ret == 0;
     };
@@ -88,7 +93,7 @@ RunResult RunHidl(const DemoOptions& options, LibraryLoader& library, DemoReport
         return run;
     }
     if (options.registerCamera) {
-        RegisterVirtualCamera(*wrapper, uniqueID, options);
+        vircamfeed::RegisterVirtualCamera(*wrapper, uniqueID, options);
     }
     uint32_t session = OpenStream(framework, options);
     if (session == 0) {
@@ -118,9 +123,9 @@ RunResult RunHidl(const DemoOptions& options, LibraryLoader& library, DemoReport
     report.Stop();
     framework.CloseDataSession(session);
     if (options.registerCamera) {
-        UnregisterVirtualCamera(*wrapper, uniqueID);
+        vircamfeed::UnregisterVirtualCamera(*wrapper, uniqueID);
     }
-    PrintStep("UnRegisterCallback", wrapper->UnRegisterCallback(DEMO_DEVICE, DEMO_SERVICE));
+    PrintStep("UnRegisterCallback", wrapper->UnRegisterCallback(FEED_DEVICE, FEED_SERVICE));
     wrapper.reset();
     for (const auto& frame : framework.ReturnedFrames()) {
         if (frame.readBackOk) {

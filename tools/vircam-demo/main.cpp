@@ -13,15 +13,17 @@
 
 #include "AidlDemoRun.h"
 #include "DemoOptions.h"
-#include "DemoReport.h"
+#include "FeedReport.h"
 #include "FrameWriters.h"
 #include "HidlDemoRun.h"
 #include "LibraryLoader.h"
-#include "Nv21Pattern.h"
+#include "FrameSource.h"
 
 namespace {
 
 using namespace vircamdemo;
+using vircamfeed::FrameSource;
+using vircamfeed::LibraryLoader;
 
 bool MakeDirs(const std::string& path) {
     std::string partial;
@@ -87,11 +89,16 @@ int main(int argc, char** argv) {
     bool help = false;
     auto options = ParseDemoOptions(argc, argv, error, help);
     if (help) {
-        fputs(DemoUsage(), stdout);
+        fputs(DemoUsage().c_str(), stdout);
         return 0;
     }
     if (!options) {
-        fprintf(stderr, "vircam-demo: %s\n%s", error.c_str(), DemoUsage());
+        fprintf(stderr, "vircam-demo: %s\n%s", error.c_str(), DemoUsage().c_str());
+        return 2;
+    }
+    std::unique_ptr<FrameSource> source = vircamfeed::OpenFrameSource(options->source, error);
+    if (source == nullptr) {
+        fprintf(stderr, "vircam-demo: %s\n", error.c_str());
         return 2;
     }
     // A video service's main starts its binder thread pool before anything else: the HAL's
@@ -114,14 +121,14 @@ int main(int argc, char** argv) {
     const bool aidl = options->transport == Transport::AUTO ? version == 2 : aidlDevice;
     printf("vircam-demo: GetVersion() = %d, streaming %u frames of %ux%u NV21 at %u fps over %s\n", version,
            options->frames, options->width, options->height, options->fps, aidl ? "AIDL" : "HIDL");
-    DemoReport report;
-    RunResult run = aidl ? RunAidl(*options, library, report) : RunHidl(*options, library, report);
+    vircamfeed::FeedReport report;
+    RunResult run = aidl ? RunAidl(*options, library, *source, report)
+                         : RunHidl(*options, library, *source, report);
     if (!run.ok) {
         fprintf(stderr, "vircam-demo: the run failed\n");
         return 1;
     }
-    report.Print(run.requested, static_cast<uint32_t>(run.frames.size()),
-                 Nv21Size(options->width, options->height), aidl ? "AIDL" : "HIDL", MapperUsed());
+    report.Print(run.requested, static_cast<uint32_t>(run.frames.size()), aidl ? "AIDL" : "HIDL", MapperUsed());
     const bool written = WriteOutputs(*options, run.frames);
     // The simulated device shuts down: its service threads end before the process does.
     hostkit::binder::Reset();

@@ -6,9 +6,8 @@
 #include <string>
 #include <vector>
 
-#include <hostkit/LogCapture.h>
-
 #include "client/VirtualCameraClient.h"
+#include "support/FuzzLogs.h"
 #include "support/TextSplit.h"
 
 using VIRTUAL_CAMERA_CLIENT::VirtualCameraClient;
@@ -40,6 +39,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (const std::string& token : tokens) {
         if (token.empty()) __builtin_trap();
     }
-    hostkit::logs::Clear();
+    ForgetCapturedLogs();
     return 0;
 }

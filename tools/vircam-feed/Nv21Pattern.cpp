@@ -5,7 +5,9 @@
 #include <cstdio>
 #include <cstring>
 
-namespace vircamdemo {
+#include "FrameSource.h"
+
+namespace vircamfeed {
 
 namespace {
 
@@ -100,4 +102,24 @@ void DrawNv21Pattern(uint8_t* nv21, uint32_t width, uint32_t height, uint32_t st
     DrawNumber(nv21, width, height, stride, frame);
 }
 
-}  // namespace vircamdemo
+}  // namespace vircamfeed
+
+namespace vircamfeed {
+
+namespace {
+
+class PatternSource final : public FrameSource {
+public:
+    bool Fill(uint8_t* nv21, uint32_t width, uint32_t height, uint32_t stride, uint32_t number) override {
+        DrawNv21Pattern(nv21, width, height, stride, number);
+        return true;
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<FrameSource> MakePatternSource() {
+    return std::make_unique<PatternSource>();
+}
+
+}  // namespace vircamfeed

@@ -4,7 +4,7 @@
 
 #include "IVirCameraWrapper.h"
 
-namespace vircamdemo {
+namespace vircamfeed {
 
 // The library as a video service loads it: by soname, with its three entry points, for the
 // rest of the process's life.
@@ -33,4 +33,4 @@ private:
 // The registration id the library hands back for (device, service).
 int UniqueId(const std::string& device, const std::string& service);
 
-}  // namespace vircamdemo
+}  // namespace vircamfeed

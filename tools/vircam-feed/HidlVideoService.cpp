@@ -4,9 +4,8 @@
 
 #include <cstdio>
 
-#include "Nv21Pattern.h"
 
-namespace vircamdemo {
+namespace vircamfeed {
 
 int32_t HidlVideoService::OnOpenControlSession(const std::string&, const std::string&, uint32_t& sessionId) {
     sessionId = mNextSession++;
@@ -41,7 +40,7 @@ int32_t HidlVideoService::OnCloseDataSession(uint32_t) {
 int32_t HidlVideoService::OnProcessImageRequest(uint32_t, std::vector<android::VirCameraImageBuffer>& buffers,
                                                 uint32_t& numberProcessed) {
     for (const auto& buffer : buffers) {
-        const auto requested = DemoReport::Clock::now();
+        const auto requested = FeedReport::Clock::now();
         android::VirCameraStream stream;
         {
             std::lock_guard<std::mutex> lock(mMutex);
@@ -57,12 +56,18 @@ int32_t HidlVideoService::OnProcessImageRequest(uint32_t, std::vector<android::V
         if (pixels == nullptr) {
             continue;
         }
-        // The host's gralloc packs rows without padding: the stride is the width.
-        DrawNv21Pattern(pixels, stream.width, stream.height, stream.width, buffer.frameNumber);
+        // The public API gives no row stride: rows are taken as packed, as gralloc packs NV21.
+        const bool filled = mSource.Fill(pixels, stream.width, stream.height, stream.width, buffer.frameNumber);
         int releaseFence = -1;
         mWrapper.UnLockVideoBuffer(mUniqueId, buffer.streamId, buffer.bufferId, releaseFence);
         if (releaseFence >= 0) {
             close(releaseFence);
+        }
+        if (!filled) {
+            continue;
+        }
+        if (mPacer != nullptr) {
+            mPacer->Wait();
         }
         android::VirCameraImageResult result;
         result.frameNumber = buffer.frameNumber;
@@ -70,7 +75,7 @@ int32_t HidlVideoService::OnProcessImageRequest(uint32_t, std::vector<android::V
         result.streamId = buffer.streamId;
         result.timestamp = std::chrono::duration_cast<std::chrono::nanoseconds>(requested.time_since_epoch()).count();
         if (mWrapper.OnVirImageBufferDone(mUniqueId, result) == 0) {
-            mReport.FrameDelivered(DemoReport::Clock::now() - requested);
+            mReport.FrameDelivered(FeedReport::Clock::now() - requested, size_t{stream.width} * stream.height * 3 / 2);
             ++mFilled;
             ++numberProcessed;
         }
@@ -87,7 +92,7 @@ int32_t HidlVideoService::OnFlush(uint32_t) {
 }
 
 int32_t HidlVideoService::OnServiceDied() {
-    fprintf(stderr, "vircam-demo: the HAL channel service died\n");
+    fprintf(stderr, "vircam-feed: the HAL channel service died\n");
     std::lock_guard<std::mutex> lock(mMutex);
     mServiceDied = true;
     mDied.notify_all();
@@ -105,4 +110,4 @@ bool HidlVideoService::WaitForServiceDied(std::chrono::milliseconds timeout) {
     return died;
 }
 
-}  // namespace vircamdemo
+}  // namespace vircamfeed

@@ -2,7 +2,7 @@
 
 #include <dlfcn.h>
 
-namespace vircamdemo {
+namespace vircamfeed {
 
 // The library is never unloaded: its process-wide singletons live until the process ends,
 // as in the video service that hosts it.
@@ -45,4 +45,4 @@ int UniqueId(const std::string& device, const std::string& service) {
     return HashId(device) + HashId(service);
 }
 
-}  // namespace vircamdemo
+}  // namespace vircamfeed

@@ -1,31 +1,47 @@
-#include "DemoReport.h"
+#include "FeedReport.h"
 
 #include <algorithm>
 #include <cstdio>
 
-namespace vircamdemo {
+namespace vircamfeed {
 
-void DemoReport::FrameDelivered(Clock::duration latency) {
+void FeedReport::Start() {
     std::lock_guard<std::mutex> lock(mMutex);
-    mLatenciesMs.push_back(std::chrono::duration<double, std::milli>(latency).count());
+    mStart = Clock::now();
 }
 
-void DemoReport::Print(uint32_t requested, uint32_t delivered, size_t frameBytes, const std::string& transport,
+bool FeedReport::Started() const {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mStart != Clock::time_point();
+}
+
+void FeedReport::FrameDelivered(Clock::duration latency, size_t bytes) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mLatenciesMs.push_back(std::chrono::duration<double, std::milli>(latency).count());
+    mBytes += double(bytes);
+}
+
+void FeedReport::Print(uint32_t requested, uint32_t delivered, const std::string& transport,
                        const std::string& mapper) const {
     std::vector<double> latencies;
+    double bytes = 0;
+    Clock::time_point start;
     {
         std::lock_guard<std::mutex> lock(mMutex);
         latencies = mLatenciesMs;
+        bytes = mBytes;
+        start = mStart;
     }
     std::sort(latencies.begin(), latencies.end());
     auto percentile = [&](double p) {
         return latencies.empty() ? 0.0 : latencies[std::min(latencies.size() - 1, size_t(p * latencies.size()))];
     };
-    const double seconds = std::chrono::duration<double>(mStop - mStart).count();
-    const double bytes = double(delivered) * double(frameBytes);
+    const double seconds = std::chrono::duration<double>(mStop - start).count();
     printf("+-----------------------------+------------------+\n");
     printf("| transport                   | %16s |\n", transport.c_str());
-    printf("| mapper                      | %16s |\n", mapper.c_str());
+    if (!mapper.empty()) {
+        printf("| mapper                      | %16s |\n", mapper.c_str());
+    }
     printf("| frames requested            | %16u |\n", requested);
     printf("| frames delivered            | %16u |\n", delivered);
     printf("| frames dropped              | %16u |\n", requested - std::min(requested, delivered));
@@ -36,4 +52,4 @@ void DemoReport::Print(uint32_t requested, uint32_t delivered, size_t frameBytes
     printf("+-----------------------------+------------------+\n");
 }
 
-}  // namespace vircamdemo
+}  // namespace vircamfeed

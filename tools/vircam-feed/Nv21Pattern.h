@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace vircamdemo {
+namespace vircamfeed {
 
 // Draws a moving NV21 test pattern: colour bars sliding by frame, a bouncing box, and the
 // frame number in large digits at the top left, so motion and frame order can be seen.
@@ -12,4 +12,4 @@ void DrawNv21Pattern(uint8_t* nv21, uint32_t width, uint32_t height, uint32_t st
 // Bytes of an NV21 image with the given luma stride.
 size_t Nv21Size(uint32_t stride, uint32_t height);
 
-}  // namespace vircamdemo
+}  // namespace vircamfeed

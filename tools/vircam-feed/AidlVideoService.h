@@ -5,21 +5,24 @@
 #include <map>
 #include <mutex>
 
-#include "DemoReport.h"
+#include "FeedReport.h"
+#include "FramePacer.h"
+#include "FrameSource.h"
 #include "IVirCameraWrapper.h"
 
-namespace vircamdemo {
+namespace vircamfeed {
 
-// The demo's video service on the AIDL wrapper: answers the HAL's commands and fills each
-// requested buffer with the test pattern, locking and unlocking it through SendData and
+// The feed's video service on the AIDL wrapper: answers the HAL's commands and fills each
+// requested buffer from its frame source, locking and unlocking it through SendData and
 // reporting it with SendRequest, on the HAL's thread.
 class AidlVideoService : public android::IVirCameraWrapperCallbackV2 {
 public:
     // The caller request that reports a filled buffer to the HAL.
     static constexpr int CMD_IMAGE_DONE = 20003;
 
-    AidlVideoService(android::IVirCameraWrapperV2& wrapper, int uniqueID, DemoReport& report)
-        : mWrapper(wrapper), mUniqueId(uniqueID), mReport(report) {}
+    AidlVideoService(android::IVirCameraWrapperV2& wrapper, int uniqueID, FeedReport& report,
+                      FrameSource& source, FramePacer* pacer = nullptr)
+        : mWrapper(wrapper), mUniqueId(uniqueID), mReport(report), mSource(source), mPacer(pacer) {}
 
     android::CallbackResult OnCommand(int32_t cmd, const std::string& data) override;
     android::CallbackResult OnCommandWithData(int32_t cmd, const std::string& data,
@@ -37,7 +40,9 @@ private:
 
     android::IVirCameraWrapperV2& mWrapper;
     const int mUniqueId;
-    DemoReport& mReport;
+    FeedReport& mReport;
+    FrameSource& mSource;
+    FramePacer* const mPacer;  // null: deliver as fast as the HAL asks
     std::atomic<uint32_t> mNextSession{1};
     std::atomic<uint32_t> mFilled{0};
     std::mutex mMutex;
@@ -46,4 +51,4 @@ private:
     std::map<int32_t, Size> mStreams;  // guarded by mMutex
 };
 
-}  // namespace vircamdemo
+}  // namespace vircamfeed

@@ -5,9 +5,8 @@
 #include <cstdio>
 #include <memory>
 
-#include "Nv21Pattern.h"
 
-namespace vircamdemo {
+namespace vircamfeed {
 
 namespace {
 
@@ -61,7 +60,7 @@ android::CallbackResult AidlVideoService::OnCommand(int32_t cmd, const std::stri
             break;
         }
         case CMD_SERVICE_DIED: {
-            fprintf(stderr, "vircam-demo: the HAL channel service died (registration %s)\n", data.c_str());
+            fprintf(stderr, "vircam-feed: the HAL channel service died (registration %s)\n", data.c_str());
             std::lock_guard<std::mutex> lock(mMutex);
             mServiceDied = true;
             mDied.notify_all();
@@ -84,7 +83,7 @@ android::CallbackResult AidlVideoService::OnCommandWithData(int32_t cmd, const s
 }
 
 bool AidlVideoService::FillBuffer(const std::string& itemJson) {
-    const auto requested = DemoReport::Clock::now();
+    const auto requested = FeedReport::Clock::now();
     Json::Value item;
     if (!Parse(itemJson, item)) {
         return false;
@@ -110,14 +109,21 @@ bool AidlVideoService::FillBuffer(const std::string& itemJson) {
     if (address == 0) {
         return false;
     }
-    DrawNv21Pattern(reinterpret_cast<uint8_t*>(address), size.width, size.height, size.width,
-                    static_cast<uint32_t>(IntOf(item, "frameNumber")));
+    // The public API gives no row stride: rows are taken as packed, as gralloc packs NV21.
+    const bool filled = mSource.Fill(reinterpret_cast<uint8_t*>(address), size.width, size.height, size.width,
+                                     static_cast<uint32_t>(IntOf(item, "frameNumber")));
     ids["index"] = 0;
     mWrapper.SendData(CMD_UNLOCK, mUniqueId, Write(ids), {});
+    if (!filled) {
+        return false;
+    }
+    if (mPacer != nullptr) {
+        mPacer->Wait();
+    }
     if (mWrapper.SendRequest(CMD_IMAGE_DONE, mUniqueId, itemJson).result != 0) {
         return false;
     }
-    mReport.FrameDelivered(DemoReport::Clock::now() - requested);
+    mReport.FrameDelivered(FeedReport::Clock::now() - requested, size_t{size.width} * size.height * 3 / 2);
     ++mFilled;
     return true;
 }
@@ -129,4 +135,4 @@ bool AidlVideoService::WaitForServiceDied(std::chrono::milliseconds timeout) {
     return died;
 }
 
-}  // namespace vircamdemo
+}  // namespace vircamfeed

@@ -5,18 +5,21 @@
 #include <map>
 #include <mutex>
 
-#include "DemoReport.h"
+#include "FeedReport.h"
+#include "FramePacer.h"
+#include "FrameSource.h"
 #include "IVirCameraWrapper.h"
 
-namespace vircamdemo {
+namespace vircamfeed {
 
-// The demo's video service on the HIDL wrapper: accepts the HAL's sessions and fills every
-// requested buffer with the test pattern (lock, draw, unlock, report done), on the HAL's
+// The feed's video service on the HIDL wrapper: accepts the HAL's sessions and fills every
+// requested buffer from its frame source (lock, draw, unlock, report done), on the HAL's
 // thread, as a simple service would.
 class HidlVideoService final : public android::IVirCameraWrapperCallback {
 public:
-    HidlVideoService(android::IVirCameraWrapper& wrapper, int uniqueID, DemoReport& report)
-        : mWrapper(wrapper), mUniqueId(uniqueID), mReport(report) {}
+    HidlVideoService(android::IVirCameraWrapper& wrapper, int uniqueID, FeedReport& report,
+                      FrameSource& source, FramePacer* pacer = nullptr)
+        : mWrapper(wrapper), mUniqueId(uniqueID), mReport(report), mSource(source), mPacer(pacer) {}
 
     int32_t OnOpenControlSession(const std::string& device, const std::string& service, uint32_t& sessionId) override;
     int32_t OnCloseControlSession(uint32_t sessionId) override;
@@ -38,7 +41,9 @@ public:
 private:
     android::IVirCameraWrapper& mWrapper;
     const int mUniqueId;
-    DemoReport& mReport;
+    FeedReport& mReport;
+    FrameSource& mSource;
+    FramePacer* const mPacer;  // null: deliver as fast as the HAL asks
     std::atomic<uint32_t> mNextSession{1};
     std::atomic<uint32_t> mFilled{0};
     std::mutex mMutex;
@@ -47,4 +52,4 @@ private:
     std::map<int32_t, android::VirCameraStream> mStreams;  // guarded by mMutex
 };
 
-}  // namespace vircamdemo
+}  // namespace vircamfeed

@@ -7,13 +7,13 @@
 #include <string>
 #include <thread>
 
-#include "DemoOptions.h"
+#include "FeedOptions.h"
 #include "IVirCameraWrapper.h"
 
-namespace vircamdemo {
+namespace vircamfeed {
 
-constexpr const char* DEMO_DEVICE = "camera01";
-constexpr const char* DEMO_SERVICE = "vircam-demo";
+constexpr const char* FEED_DEVICE = "camera01";
+constexpr const char* FEED_SERVICE = "vircam-feed";
 
 inline void PrintStep(const char* step, long answer) {
     fprintf(stdout, "  %-44s -> %ld\n", step, answer);
@@ -42,13 +42,13 @@ void ShowProgress(Filled filled, uint32_t total) {
 // The virtual camera commands of SendRequest, for --register: checks the service,
 // registers a camera and switches it on (before streaming) or off and unregisters (after).
 template <class Wrapper>
-void RegisterVirtualCamera(Wrapper& wrapper, int uniqueID, const DemoOptions& options) {
+void RegisterVirtualCamera(Wrapper& wrapper, int uniqueID, const FeedOptions& options) {
     auto send = [&](const char* step, int cmd, const std::string& json) {
         android::OptResult result = wrapper.SendRequest(cmd, uniqueID, json);
         fprintf(stdout, "  %-44s -> %s\n", step, result.data.c_str());
     };
     const auto& caps = options.capabilities;
-    const std::string ids = std::string(R"("deviceId":")") + DEMO_DEVICE + R"(","serviceId":")" + DEMO_SERVICE + "\"";
+    const std::string ids = std::string(R"("deviceId":")") + FEED_DEVICE + R"(","serviceId":")" + FEED_SERVICE + "\"";
     send("service check (VIRTUAL)", 1115016, R"({"type":"VIRTUAL"})");
     send("register virtual camera", 1115017,
          R"({"type":"VIRTUAL",)" + ids + R"(,"vectorObj":[")" + caps[0] + R"(",")" + caps[1] + R"(",")" + caps[2] +
@@ -63,9 +63,9 @@ void UnregisterVirtualCamera(Wrapper& wrapper, int uniqueID) {
         android::OptResult result = wrapper.SendRequest(cmd, uniqueID, json);
         fprintf(stdout, "  %-44s -> %s\n", step, result.data.c_str());
     };
-    const std::string ids = std::string(R"("deviceId":")") + DEMO_DEVICE + R"(","serviceId":")" + DEMO_SERVICE + "\"";
+    const std::string ids = std::string(R"("deviceId":")") + FEED_DEVICE + R"(","serviceId":")" + FEED_SERVICE + "\"";
     send("switch stream off", 1115018, R"({"type":"SWITCH",)" + ids + "}");
     send("unregister virtual camera", 1115018, R"({"type":"VIRTUAL",)" + ids + "}");
 }
 
-}  // namespace vircamdemo
+}  // namespace vircamfeed

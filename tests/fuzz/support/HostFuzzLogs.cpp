@@ -1,0 +1,7 @@
+#include <hostkit/LogCapture.h>
+
+#include "support/FuzzLogs.h"
+
+void ForgetCapturedLogs() {
+    hostkit::logs::Clear();
+}

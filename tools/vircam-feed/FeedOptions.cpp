@@ -1,0 +1,134 @@
+#include "FeedOptions.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+namespace vircamfeed {
+
+bool ParseCount(const char* text, uint32_t min, uint32_t max, uint32_t& out) {
+    char* end = nullptr;
+    errno = 0;
+    unsigned long value = std::strtoul(text, &end, 10);
+    if (errno != 0 || end == text || *end != '\0' || text[0] == '-' || value < min || value > max) {
+        return false;
+    }
+    out = static_cast<uint32_t>(value);
+    return true;
+}
+
+const char* FeedOptionsUsage() {
+    return "  --frames N           frames to deliver (default 90)\n"
+           "  --fps F              frames per second (default 30)\n"
+           "  --source S           pattern (a moving test pattern, the default) or FILE.y4m (planar\n"
+           "                       4:2:0; looped when shorter than --frames, scaled to the stream)\n"
+           "  --transport T        auto (what GetVersion says), hidl or aidl (default auto)\n"
+           "  --register [F R P L] register a virtual camera (formats, resolutions, fps, location),\n"
+           "                       switch it on before and off after streaming\n"
+           "  --help               this text\n";
+}
+
+std::string FeedUsage() {
+    return std::string("usage: vircam-feed [options]\n"
+                       "Feeds frames into the device's virtual camera HAL through libvircamerawrapper.\n") +
+           FeedOptionsUsage();
+}
+
+OptionMatch ParseFeedOption(FeedOptions& options, int argc, char** argv, int& i, std::string& error) {
+    const std::string arg = argv[i];
+    const char* text = nullptr;
+    auto value = [&] {
+        if (i + 1 >= argc) {
+            error = arg + " needs a value";
+            return false;
+        }
+        text = argv[++i];
+        return true;
+    };
+    auto bad = [&](const char* message) {
+        if (error.empty()) {
+            error = message;
+        }
+        return OptionMatch::BAD;
+    };
+    if (arg == "--frames") {
+        if (!value() || !ParseCount(text, 1, 1000000, options.frames)) {
+            return bad("--frames takes a number from 1 to 1000000");
+        }
+    } else if (arg == "--fps") {
+        if (!value() || !ParseCount(text, 1, 240, options.fps)) {
+            return bad("--fps takes a number from 1 to 240");
+        }
+    } else if (arg == "--source") {
+        if (!value() || *text == '\0') {
+            return bad("--source takes pattern or a .y4m file");
+        }
+        options.source = text;
+    } else if (arg == "--transport") {
+        if (!value()) {
+            return OptionMatch::BAD;
+        }
+        const std::string name = text;
+        if (name == "auto") {
+            options.transport = Transport::AUTO;
+        } else if (name == "hidl") {
+            options.transport = Transport::HIDL;
+        } else if (name == "aidl") {
+            options.transport = Transport::AIDL;
+        } else {
+            return bad("--transport takes auto, hidl or aidl");
+        }
+    } else if (arg == "--register") {
+        options.registerCamera = true;
+        // Four capability strings may follow; they must not look like options.
+        if (i + 1 < argc && std::strncmp(argv[i + 1], "--", 2) != 0) {
+            for (int k = 0; k < 4; ++k) {
+                if (i + 1 >= argc || std::strncmp(argv[i + 1], "--", 2) == 0) {
+                    return bad("--register takes four capability strings or none");
+                }
+                options.capabilities[k] = argv[++i];
+            }
+        }
+    } else {
+        return OptionMatch::NOT_MINE;
+    }
+    return OptionMatch::MINE;
+}
+
+bool CheckFeedOptions(const FeedOptions& options, std::string& error) {
+    const std::string& source = options.source;
+    const std::string suffix = ".y4m";
+    if (source != "pattern" &&
+        (source.size() <= suffix.size() || source.compare(source.size() - suffix.size(), suffix.size(), suffix) != 0)) {
+        error = "--source takes pattern or a .y4m file";
+        return false;
+    }
+    return true;
+}
+
+std::optional<FeedOptions> ParseFeedOptions(int argc, char** argv, std::string& error, bool& help) {
+    FeedOptions options;
+    help = false;
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        if (arg == "--help" || arg == "-h") {
+            help = true;
+            return options;
+        }
+        switch (ParseFeedOption(options, argc, argv, i, error)) {
+            case OptionMatch::MINE:
+                break;
+            case OptionMatch::NOT_MINE:
+                error = "unknown option: " + arg;
+                return std::nullopt;
+            case OptionMatch::BAD:
+                return std::nullopt;
+        }
+    }
+    if (!CheckFeedOptions(options, error)) {
+        return std::nullopt;
+    }
+    return options;
+}
+
+}  // namespace vircamfeed
