@@ -44,7 +44,6 @@ uint32_t OpenStream(vircamsim::SimHidlFramework& framework) {
 }
 
 TEST(FeedRunTest, FeedsUntilFramesAndRegistersAgainAfterTheHalDied) {
-    hostkit::hidl::SetGetServiceWait(50ms);
     ASSERT_TRUE(hostkit::mapper::Offer({4, 3, 2}));
     auto provider = vircamsim::SimCameraProvider::Start();
     auto channel = vircamsim::SimHidlChannel::Start(vircamsim::REGISTER_INSTANCE);
