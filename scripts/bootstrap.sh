@@ -19,7 +19,7 @@ packages=(
   aidl hidl-gen blueprint-tools
   libgtest-dev libgmock-dev libbenchmark-dev libpng-dev
   clang-14 libclang-rt-14-dev gcovr
-  libc++-14-dev libc++abi-14-dev lld-14 android-libbase-dev
+  libc++-14-dev libc++abi-14-dev lld-14
 )
 add_arm64=false
 if [ "$target" = aarch64 ]; then
