@@ -7,6 +7,7 @@ namespace vircamdemo {
 
 namespace {
 
+using vircamfeed::OptionArgs;
 using vircamfeed::OptionMatch;
 using vircamfeed::ParseCount;
 
@@ -47,38 +48,25 @@ bool ParseMappers(const std::string& text, std::vector<int>& versions) {
 OptionMatch ParseDemoOption(DemoOptions& options, int argc, char** argv, int& i, std::string& error) {
     const std::string arg = argv[i];
     const char* text = nullptr;
-    auto value = [&] {
-        if (i + 1 >= argc) {
-            error = arg + " needs a value";
-            return false;
-        }
-        text = argv[++i];
-        return true;
-    };
-    auto bad = [&](const char* message) {
-        if (error.empty()) {
-            error = message;
-        }
-        return OptionMatch::BAD;
-    };
+    OptionArgs args{argc, argv, i, error};
     if (arg == "--size") {
-        if (!value() || !ParseSize(text, options.width, options.height)) {
-            return bad("--size takes WxH with even numbers from 2 to 8192");
+        if (!args.Value(text) || !ParseSize(text, options.width, options.height)) {
+            return args.Bad("--size takes WxH with even numbers from 2 to 8192");
         }
     } else if (arg == "--out") {
-        if (!value() || *text == '\0') {
-            return bad("--out takes a folder");
+        if (!args.Value(text) || *text == '\0') {
+            return args.Bad("--out takes a folder");
         }
         options.outDir = text;
     } else if (arg == "--kill-hal-after") {
         uint32_t frames = 0;
-        if (!value() || !ParseCount(text, 1, 1000000, frames)) {
-            return bad("--kill-hal-after takes a number from 1 to 1000000");
+        if (!args.Value(text) || !ParseCount(text, 1, 1000000, frames)) {
+            return args.Bad("--kill-hal-after takes a number from 1 to 1000000");
         }
         options.killHalAfter = frames;
     } else if (arg == "--mappers") {
-        if (!value() || !ParseMappers(text, options.mappers)) {
-            return bad("--mappers takes versions from 2, 3, 4, 5 separated by commas, or none");
+        if (!args.Value(text) || !ParseMappers(text, options.mappers)) {
+            return args.Bad("--mappers takes versions from 2, 3, 4, 5 separated by commas, or none");
         }
     } else {
         return vircamfeed::ParseFeedOption(options, argc, argv, i, error);
@@ -101,22 +89,11 @@ std::string DemoUsage() {
 
 std::optional<DemoOptions> ParseDemoOptions(int argc, char** argv, std::string& error, bool& help) {
     DemoOptions options;
-    help = false;
-    for (int i = 1; i < argc; ++i) {
-        const std::string arg = argv[i];
-        if (arg == "--help" || arg == "-h") {
-            help = true;
-            return options;
-        }
-        switch (ParseDemoOption(options, argc, argv, i, error)) {
-            case OptionMatch::MINE:
-                break;
-            case OptionMatch::NOT_MINE:
-                error = "unknown option: " + arg;
-                return std::nullopt;
-            case OptionMatch::BAD:
-                return std::nullopt;
-        }
+    if (!vircamfeed::ParseEachOption(options, argc, argv, ParseDemoOption, error, help)) {
+        return std::nullopt;
+    }
+    if (help) {
+        return options;
     }
     if (!vircamfeed::CheckFeedOptions(options, error)) {
         return std::nullopt;

@@ -34,38 +34,41 @@ std::string FeedUsage() {
            FeedOptionsUsage();
 }
 
+bool OptionArgs::Value(const char*& text) {
+    if (i + 1 >= argc) {
+        error = std::string(argv[i]) + " needs a value";
+        return false;
+    }
+    text = argv[++i];
+    return true;
+}
+
+OptionMatch OptionArgs::Bad(const char* message) {
+    if (error.empty()) {
+        error = message;
+    }
+    return OptionMatch::BAD;
+}
+
 OptionMatch ParseFeedOption(FeedOptions& options, int argc, char** argv, int& i, std::string& error) {
     const std::string arg = argv[i];
     const char* text = nullptr;
-    auto value = [&] {
-        if (i + 1 >= argc) {
-            error = arg + " needs a value";
-            return false;
-        }
-        text = argv[++i];
-        return true;
-    };
-    auto bad = [&](const char* message) {
-        if (error.empty()) {
-            error = message;
-        }
-        return OptionMatch::BAD;
-    };
+    OptionArgs args{argc, argv, i, error};
     if (arg == "--frames") {
-        if (!value() || !ParseCount(text, 1, 1000000, options.frames)) {
-            return bad("--frames takes a number from 1 to 1000000");
+        if (!args.Value(text) || !ParseCount(text, 1, 1000000, options.frames)) {
+            return args.Bad("--frames takes a number from 1 to 1000000");
         }
     } else if (arg == "--fps") {
-        if (!value() || !ParseCount(text, 1, 240, options.fps)) {
-            return bad("--fps takes a number from 1 to 240");
+        if (!args.Value(text) || !ParseCount(text, 1, 240, options.fps)) {
+            return args.Bad("--fps takes a number from 1 to 240");
         }
     } else if (arg == "--source") {
-        if (!value() || *text == '\0') {
-            return bad("--source takes pattern or a .y4m file");
+        if (!args.Value(text) || *text == '\0') {
+            return args.Bad("--source takes pattern or a .y4m file");
         }
         options.source = text;
     } else if (arg == "--transport") {
-        if (!value()) {
+        if (!args.Value(text)) {
             return OptionMatch::BAD;
         }
         const std::string name = text;
@@ -76,7 +79,7 @@ OptionMatch ParseFeedOption(FeedOptions& options, int argc, char** argv, int& i,
         } else if (name == "aidl") {
             options.transport = Transport::AIDL;
         } else {
-            return bad("--transport takes auto, hidl or aidl");
+            return args.Bad("--transport takes auto, hidl or aidl");
         }
     } else if (arg == "--register") {
         options.registerCamera = true;
@@ -84,7 +87,7 @@ OptionMatch ParseFeedOption(FeedOptions& options, int argc, char** argv, int& i,
         if (i + 1 < argc && std::strncmp(argv[i + 1], "--", 2) != 0) {
             for (int k = 0; k < 4; ++k) {
                 if (i + 1 >= argc || std::strncmp(argv[i + 1], "--", 2) == 0) {
-                    return bad("--register takes four capability strings or none");
+                    return args.Bad("--register takes four capability strings or none");
                 }
                 options.capabilities[k] = argv[++i];
             }
@@ -108,24 +111,10 @@ bool CheckFeedOptions(const FeedOptions& options, std::string& error) {
 
 std::optional<FeedOptions> ParseFeedOptions(int argc, char** argv, std::string& error, bool& help) {
     FeedOptions options;
-    help = false;
-    for (int i = 1; i < argc; ++i) {
-        const std::string arg = argv[i];
-        if (arg == "--help" || arg == "-h") {
-            help = true;
-            return options;
-        }
-        switch (ParseFeedOption(options, argc, argv, i, error)) {
-            case OptionMatch::MINE:
-                break;
-            case OptionMatch::NOT_MINE:
-                error = "unknown option: " + arg;
-                return std::nullopt;
-            case OptionMatch::BAD:
-                return std::nullopt;
-        }
+    if (!ParseEachOption(options, argc, argv, ParseFeedOption, error, help)) {
+        return std::nullopt;
     }
-    if (!CheckFeedOptions(options, error)) {
+    if (!help && !CheckFeedOptions(options, error)) {
         return std::nullopt;
     }
     return options;

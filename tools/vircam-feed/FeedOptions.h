@@ -27,6 +27,43 @@ struct FeedOptions {
 // was a feed option (i moves past its values), NOT_MINE when the caller should try its own,
 // BAD with `error` set.
 enum class OptionMatch { MINE, NOT_MINE, BAD };
+
+// The option at argv[i] and the values that follow it.
+struct OptionArgs {
+    int argc;
+    char** argv;
+    int& i;
+    std::string& error;
+
+    // Moves to the option's value; false, with the error set, when there is none.
+    bool Value(const char*& text);
+    // BAD, with `message` unless a more precise error is set already.
+    OptionMatch Bad(const char* message);
+};
+
+// Reads argv[1..] with `parseOne` (ParseFeedOption or one that falls back on it). False with
+// `error` set for a bad or unknown option; --help sets `help` and stops.
+template <class Options, class ParseOne>
+bool ParseEachOption(Options& options, int argc, char** argv, ParseOne parseOne, std::string& error, bool& help) {
+    help = false;
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        if (arg == "--help" || arg == "-h") {
+            help = true;
+            return true;
+        }
+        switch (parseOne(options, argc, argv, i, error)) {
+            case OptionMatch::MINE:
+                break;
+            case OptionMatch::NOT_MINE:
+                error = "unknown option: " + arg;
+                return false;
+            case OptionMatch::BAD:
+                return false;
+        }
+    }
+    return true;
+}
 OptionMatch ParseFeedOption(FeedOptions& options, int argc, char** argv, int& i, std::string& error);
 
 // Checks across options, after every option was read; false with `error` set.
