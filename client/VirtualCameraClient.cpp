@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <android/hardware/camera/provider/2.4/ICameraProvider.h>
+#include <hidl/ServiceManagement.h>
 #include <json/value.h>
 #include <log/log.h>
 
@@ -40,6 +41,18 @@ int32_t SwitchStatusToCode(Status status) {
         case 4: return -5;
         default: return -1;
     }
+}
+
+// False only when hwservicemanager says the device manifest lacks the provider: devices
+// launched on Android 14 declare an AIDL camera provider instead, and waiting would be vain.
+bool ProviderMayBeDeclared() {
+    sp<android::hidl::manager::V1_0::IServiceManager> manager = android::hardware::defaultServiceManager();
+    if (manager == nullptr) {
+        return true;
+    }
+    auto transport = manager->getTransport(ICameraProvider::descriptor, PROVIDER_INSTANCE);
+    return !transport.isOk() ||
+           transport != android::hidl::manager::V1_0::IServiceManager::Transport::EMPTY;
 }
 
 std::string Masked(uint32_t number) {
@@ -115,7 +128,12 @@ bool VirtualCameraClient::Init() {
         (void)channel->unlinkToDeath(mDeathRecipient).isOk();
     }
     bool providerFound = false;
-    for (int32_t attempt = 0; attempt < TRY_MAX_COUNT; ++attempt) {
+    const bool providerDeclared = ProviderMayBeDeclared();
+    if (!providerDeclared) {
+        ALOGE("%s: %s/%s is not declared on this device; Android 14 devices declare an AIDL camera provider",
+              __func__, ICameraProvider::descriptor, PROVIDER_INSTANCE);
+    }
+    for (int32_t attempt = 0; providerDeclared && attempt < TRY_MAX_COUNT; ++attempt) {
         // The provider is only waited for, not used.
         if (ICameraProvider::tryGetService(PROVIDER_INSTANCE, false) != nullptr) {
             providerFound = true;

@@ -22,11 +22,22 @@ class HidlClientInit : public HidlClientFixture {
 };
 
 TEST_F(HidlClientInit, GivesUpAfterTwentyFiveTries) {
+    // Declared but never started.
+    hostkit::hidl::Declare(vircamsim::SimCameraProvider::descriptor, vircamsim::SimCameraProvider::INSTANCE);
     EXPECT_FALSE(VirtualCameraClient::Get()->Init());
     HOSTKIT_EXPECT_LOG_COUNT(25u, ANDROID_LOG_ERROR, TAG, RETRY);
     HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_ERROR, TAG, GIVE_UP);
     EXPECT_EQ(-1, VirtualCameraClient::Get()->RegisterVirCamera("d", "s", CAPS));
     EXPECT_TRUE(mRegisterChannel->VirCameraRegistrations().empty());
+}
+
+TEST_F(HidlClientInit, UndeclaredProviderIsNamedInsteadOfWaitedFor) {
+    EXPECT_FALSE(VirtualCameraClient::Get()->Init());
+    HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_ERROR, TAG,
+                            "Init: android.hardware.camera.provider@2.4::ICameraProvider/virtual/0 is not declared on "
+                            "this device; Android 14 devices declare an AIDL camera provider");
+    HOSTKIT_EXPECT_LOG_COUNT(0u, ANDROID_LOG_ERROR, TAG, RETRY);
+    HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_ERROR, TAG, GIVE_UP);
 }
 
 TEST_F(HidlClientInit, ProviderAppearingLateIsWaitedFor) {

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <hidl/ServiceManagement.h>
 #include <hostkit/HidlServices.h>
 #include <vendor/zuvek/hardware/camera/vircamera/1.0/IVirCameraChannel.h>
 
@@ -98,6 +99,23 @@ TEST_F(KitHidlService, LookupGivesProxyOnlyWhileRegistered) {
     Return<sp<IVirCameraChannel>> cast = IVirCameraChannel::castFrom(sp<IBase>(proxy));
     ASSERT_TRUE(cast.isOk());
     EXPECT_EQ(static_cast<sp<IVirCameraChannel>>(cast), proxy);
+}
+
+TEST_F(KitHidlService, ServiceManagerAnswersTheManifestsTransport) {
+    using Transport = ::android::hidl::manager::V1_0::IServiceManager::Transport;
+    auto manager = ::android::hardware::defaultServiceManager();
+    ASSERT_NE(manager, nullptr);
+    auto transportOf = [&](const std::string& instance) {
+        Return<Transport> transport = manager->getTransport(IVirCameraChannel::descriptor, instance);
+        EXPECT_TRUE(transport.isOk());
+        return static_cast<Transport>(transport);
+    };
+    EXPECT_EQ(transportOf(kInstance), Transport::HWBINDER);  // declared, not running
+    EXPECT_EQ(transportOf("other"), Transport::EMPTY);
+    hostkit::hidl::Declare(IVirCameraChannel::descriptor, "inproc", hostkit::hidl::Transport::PASSTHROUGH);
+    EXPECT_EQ(transportOf("inproc"), Transport::PASSTHROUGH);
+    hostkit::hidl::Undeclare(IVirCameraChannel::descriptor, kInstance);
+    EXPECT_EQ(transportOf(kInstance), Transport::EMPTY);
 }
 
 TEST_F(KitHidlService, GetServiceWaitsForLateRegistration) {

@@ -42,6 +42,13 @@ bool ServiceRegistry::isDeclared(const std::string& descriptor, const std::strin
     return mManifest.count(Key(descriptor, instance)) != 0;
 }
 
+std::optional<Transport> ServiceRegistry::transportOf(const std::string& descriptor, const std::string& instance) {
+    std::lock_guard<std::mutex> lock(mLock);
+    auto declared = mManifest.find(Key(descriptor, instance));
+    if (declared == mManifest.end()) return std::nullopt;
+    return declared->second;
+}
+
 ::android::status_t ServiceRegistry::add(const std::string& descriptor, const std::string& instance,
                                          const sp<IBase>& service) {
     if (service == nullptr || descriptor.empty()) return ::android::BAD_VALUE;

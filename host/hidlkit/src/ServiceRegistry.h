@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -28,6 +29,8 @@ class ServiceRegistry {
     void declare(const std::string& descriptor, const std::string& instance, Transport transport);
     void undeclare(const std::string& descriptor, const std::string& instance);
     bool isDeclared(const std::string& descriptor, const std::string& instance);
+    // The manifest's transport for a name; nothing when it is not declared.
+    std::optional<Transport> transportOf(const std::string& descriptor, const std::string& instance);
     // A service of the calling thread's process, replacing any earlier one. UNKNOWN_ERROR
     // unless the manifest declares the name with hwbinder transport.
     ::android::status_t add(const std::string& descriptor, const std::string& instance, const sp<IBase>& service);
