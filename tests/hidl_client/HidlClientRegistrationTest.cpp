@@ -40,6 +40,14 @@ TEST_F(HidlClientInit, UndeclaredProviderIsNamedInsteadOfWaitedFor) {
     HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_ERROR, TAG, GIVE_UP);
 }
 
+TEST_F(HidlClientInit, UnreachableServiceManagerMeansTryingAsBefore) {
+    hostkit::hidl::FailNextManagerCalls(1, android::DEAD_OBJECT);
+    mProvider = vircamsim::SimCameraProvider::StartLate(100ms);
+    EXPECT_TRUE(VirtualCameraClient::Get()->Init());
+    EXPECT_TRUE(mProvider->JoinLateStart());
+    EXPECT_GE(hostkit::logs::Count(ANDROID_LOG_ERROR, TAG, RETRY), 1u);
+}
+
 TEST_F(HidlClientInit, ProviderAppearingLateIsWaitedFor) {
     mProvider = vircamsim::SimCameraProvider::StartLate(100ms);
     EXPECT_TRUE(VirtualCameraClient::Get()->Init());

@@ -116,6 +116,10 @@ TEST_F(KitHidlService, ServiceManagerAnswersTheManifestsTransport) {
     EXPECT_EQ(transportOf("inproc"), Transport::PASSTHROUGH);
     hostkit::hidl::Undeclare(IVirCameraChannel::descriptor, kInstance);
     EXPECT_EQ(transportOf(kInstance), Transport::EMPTY);
+
+    hostkit::hidl::FailNextManagerCalls(1, ::android::DEAD_OBJECT);
+    EXPECT_FALSE(manager->getTransport(IVirCameraChannel::descriptor, "inproc").isOk());
+    EXPECT_EQ(transportOf("inproc"), Transport::PASSTHROUGH);
 }
 
 TEST_F(KitHidlService, GetServiceWaitsForLateRegistration) {

@@ -51,6 +51,10 @@ bool FailNextCalls(const std::string& descriptor, const std::string& instance, i
 bool FailNextCallOf(const std::string& descriptor, const std::string& instance, const std::string& method,
                     ::android::status_t status);
 
+// The next count calls to hwservicemanager's own interface (defaultServiceManager())
+// fail in transport with status.
+void FailNextManagerCalls(int count, ::android::status_t status);
+
 // Removes every service and declaration, waits for every death notice under way and
 // zeroes the counters. Do not call from serviceDied().
 void Reset();

@@ -48,6 +48,10 @@ bool FailNextCallOf(const std::string& descriptor, const std::string& instance, 
     return true;
 }
 
+void FailNextManagerCalls(int count, ::android::status_t status) {
+    ServiceRegistry::get().failManagerCalls(count, status);
+}
+
 void Reset() { ServiceRegistry::get().reset(); }
 
 void WaitForDeathNotifications() { ServiceRegistry::get().waitForDeaths(); }

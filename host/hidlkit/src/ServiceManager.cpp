@@ -22,6 +22,9 @@ using hostkit::hidl::detail::ServiceRegistry;
 class ManifestServiceManager final : public IServiceManager {
   public:
     Return<Transport> getTransport(const hidl_string& fqName, const hidl_string& name) override {
+        if (::android::status_t failure = ServiceRegistry::get().takeManagerFailure(); failure != ::android::OK) {
+            return Status::fromStatusT(failure);
+        }
         auto transport = ServiceRegistry::get().transportOf(fqName, name);
         if (!transport) return Transport::EMPTY;
         return *transport == hostkit::hidl::Transport::HWBINDER ? Transport::HWBINDER : Transport::PASSTHROUGH;

@@ -49,6 +49,19 @@ std::optional<Transport> ServiceRegistry::transportOf(const std::string& descrip
     return declared->second;
 }
 
+void ServiceRegistry::failManagerCalls(int count, ::android::status_t status) {
+    std::lock_guard<std::mutex> lock(mLock);
+    mManagerFailures = count;
+    mManagerFailure = status;
+}
+
+::android::status_t ServiceRegistry::takeManagerFailure() {
+    std::lock_guard<std::mutex> lock(mLock);
+    if (mManagerFailures == 0) return ::android::OK;
+    --mManagerFailures;
+    return mManagerFailure;
+}
+
 ::android::status_t ServiceRegistry::add(const std::string& descriptor, const std::string& instance,
                                          const sp<IBase>& service) {
     if (service == nullptr || descriptor.empty()) return ::android::BAD_VALUE;
@@ -171,6 +184,7 @@ void ServiceRegistry::reset() {
         mChanged.wait(lock, [this] { return mDeathsPending == 0; });
         services.swap(mServices);
         mManifest.clear();
+        mManagerFailures = 0;
         mDelivered = 0;
     }
     // services (and the objects they hold) are released here, unlocked.

@@ -31,6 +31,10 @@ class ServiceRegistry {
     bool isDeclared(const std::string& descriptor, const std::string& instance);
     // The manifest's transport for a name; nothing when it is not declared.
     std::optional<Transport> transportOf(const std::string& descriptor, const std::string& instance);
+    // Failures queued for hwservicemanager's own calls.
+    void failManagerCalls(int count, ::android::status_t status);
+    // OK, or the status the next manager call fails with (consuming one failure).
+    ::android::status_t takeManagerFailure();
     // A service of the calling thread's process, replacing any earlier one. UNKNOWN_ERROR
     // unless the manifest declares the name with hwbinder transport.
     ::android::status_t add(const std::string& descriptor, const std::string& instance, const sp<IBase>& service);
@@ -64,6 +68,8 @@ class ServiceRegistry {
     std::condition_variable mChanged;
     std::map<Key, Transport> mManifest;
     std::map<Key, Entry> mServices;
+    int mManagerFailures = 0;
+    ::android::status_t mManagerFailure = ::android::OK;
     size_t mDeathsPending = 0;
     uint64_t mDelivered = 0;
 };
