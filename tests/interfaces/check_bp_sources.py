@@ -14,7 +14,8 @@ import sys
 
 ROOT = sys.argv[1]
 # Device-only stand-ins for host kit controls, with what they replace on the host.
-DEVICE_ONLY = {"tests/fuzz/support/DeviceFuzzLogs.cpp": "tests/fuzz/support/HostFuzzLogs.cpp"}
+DEVICE_ONLY = {"tests/fuzz/support/DeviceFuzzLogs.cpp": "tests/fuzz/support/HostFuzzLogs.cpp",
+               "tests/fuzz/support/DeviceJsonOracle.cpp": "tests/fuzz/support/HostJsonOracle.cpp"}
 failures = []
 
 
