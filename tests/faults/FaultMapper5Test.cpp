@@ -34,7 +34,7 @@ class FaultMapper5 : public FaultHidlTest {
         hostkit::logs::Clear();
     }
     bool Frame(uint32_t number) {
-        return mFramework->SendImageRequest(HidlVideoSource::DATA_SESSION, number).has_value();
+        return mFramework->SendImageRequest(FakeVideoService::DATA_SESSION_ID, number).has_value();
     }
 };
 

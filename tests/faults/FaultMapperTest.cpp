@@ -38,7 +38,7 @@ class FaultMapper : public FaultHidlTest, public ::testing::WithParamInterface<i
         hostkit::logs::Clear();
     }
     bool Frame(uint32_t number) {
-        return mFramework->SendImageRequest(HidlVideoSource::DATA_SESSION, number).has_value();
+        return mFramework->SendImageRequest(FakeVideoService::DATA_SESSION_ID, number).has_value();
     }
 };
 
@@ -69,7 +69,7 @@ TEST_P(FaultMapper, RefusedLockSkipsTheFrameAndTheUnlockClearsTheMark) {
     ASSERT_TRUE(Frame(1));
     EXPECT_EQ(1u, mSource->LockFailures());
     // A fresh configuration releases both buffers: the failed lock left nothing marked.
-    ASSERT_TRUE(mFramework->ConfigureStreams(HidlVideoSource::CONTROL_SESSION, {{2, 64, 48, 17}}).has_value());
+    ASSERT_TRUE(mFramework->ConfigureStreams(FakeVideoService::CONTROL_SESSION_ID, {{2, 64, 48, 17}}).has_value());
     EXPECT_EQ(0u, hostkit::mapper::LiveImports());
     ExpectNothingLeft();
 }
@@ -121,7 +121,8 @@ TEST_P(FaultMapper, DeathBetweenRequestsRecoversThroughTheRestoredMapper) {
     for (const vircamsim::ReturnedFrame& frame : mFramework->ReturnedFrames()) {
         EXPECT_TRUE(frame.readBackOk);
         ASSERT_FALSE(frame.bytes.empty());
-        EXPECT_EQ(static_cast<uint8_t>(frame.frameNumber), frame.bytes.back());
+        EXPECT_EQ(FakeVideoService::Pattern(frame.frameNumber, frame.streamId, frame.bufferId, frame.bytes.size()),
+                  frame.bytes);
     }
     ExpectNothingLeft();
     EXPECT_EQ(0u, mSource->ServiceDied());
