@@ -168,24 +168,5 @@ TEST_F(FaultAidlConnection, MapperFaultsOnTheImagePath) {
     ExpectNothingLeft();
 }
 
-TEST_F(FaultAidlConnection, MapperDeathBetweenRequestsKeepsTheDeadAdapter) {
-    ASSERT_EQ(0, Register());
-    StartSession();
-    EXPECT_EQ(0, Frame(0, 1));
-    EXPECT_EQ(1u, mSource->Filled());
-    ASSERT_TRUE(hostkit::mapper::Kill(4));
-    ASSERT_TRUE(hostkit::mapper::Restore(4));
-    // No death link over AIDL: the adapter keeps the dead mapper, so locks fail from now
-    // on (the caller skips the frame) and the import made before the death cannot be freed.
-    EXPECT_EQ(0, Frame(1, 1));
-    EXPECT_EQ(1u, mSource->LockFailures());
-    (void)mFramework->Flush();
-    EXPECT_EQ(1u, hostkit::mapper::LiveImports());
-    EXPECT_EQ(0u, mSource->Count(FakeVideoService::CMD_SERVICE_DIED));
-    mFramework.reset();
-    EXPECT_EQ(1u, hostkit::mapper::Reset());
-    EXPECT_EQ(mFdsBefore, OpenFds());
-}
-
 }  // namespace
 }  // namespace faults

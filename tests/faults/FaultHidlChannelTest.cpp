@@ -96,15 +96,6 @@ INSTANTIATE_TEST_SUITE_P(Points, FaultHidlForward, ::testing::ValuesIn(ForwardCa
 
 using FaultHidlRegistration = FaultHidlTest;
 
-TEST_F(FaultHidlRegistration, LookupFindingNoServiceGivesUpWithMinusOne) {
-    ASSERT_TRUE(mRegister->Kill());
-    hostkit::hidl::WaitForDeathNotifications();
-    EXPECT_EQ(-1, Register());
-    HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_WARN, HIDL_SERVICE_TAG, "Can not find IVirCameraChannel service");
-    EXPECT_EQ(0u, mSource->ServiceDied());
-    ExpectNothingLeft();
-}
-
 TEST_F(FaultHidlRegistration, RegisterCallFailingInTransportIsNoDeath) {
     mRegister->Arm(HidlPoint::REGISTER_CHANNEL_CALLBACK, HidlFault::FAIL);
     EXPECT_EQ(-1, Register());
@@ -141,16 +132,6 @@ TEST_F(FaultHidlRegistration, UnregisterCallFailingOrServiceGoneStillAnswersZero
     // The death link went with the unregistration: the death after it is nobody's news.
     EXPECT_EQ(0u, mSource->ServiceDied());
     ExpectNothingLeft();
-}
-
-TEST_F(FaultHidlRegistration, UnregisterAfterDeathAnswersZeroAndDeathWasToldOnce) {
-    ASSERT_EQ(0, Register(IVirCameraWrapper::MODE_STREAM_CHANGE));
-    ASSERT_TRUE(mStream->Kill());
-    ASSERT_TRUE(mSource->WaitForServiceDied(5s));
-    EXPECT_EQ(0, mWrapper->UnRegisterCallback(DEVICE, SERVICE));
-    HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_DEBUG, HIDL_CALLBACK_TAG, "Vircamera serviceDied replace");
-    ExpectNothingLeft();
-    EXPECT_EQ(1u, mSource->ServiceDied());
 }
 
 TEST_F(FaultHidlRegistration, ImageDoneFailingMidStreamLosesNoImport) {

@@ -81,6 +81,9 @@ TEST_F(HidlE2eDeath, StreamChangeChannelDeathIsReportedAsReplace) {
     EXPECT_EQ(1u, mCaller->ServiceDied());
     HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_DEBUG, CALLBACK_TAG, "Vircamera serviceDied replace");
     EXPECT_EQ(1u, hostkit::hidl::DeathNotificationsDelivered());
+    // Unregistering from the dead HAL still answers 0, and the death was told only once.
+    EXPECT_EQ(0, mWrapper->UnRegisterCallback(DEVICE, SERVICE));
+    EXPECT_EQ(1u, mCaller->ServiceDied());
 }
 
 TEST_F(HidlE2eDeath, DeathWithExpiredCallerOnlyLogs) {

@@ -158,41 +158,6 @@ TEST_F(HidlE2eSession, DeletingTheWrapperReleasesCachedBuffers) {
     EXPECT_EQ(fdsBefore, OpenFds());
 }
 
-// An Android 14 device with only the stable-C mapper 5: every frame still reaches the HAL as
-// written, release fences are closed, imports freed.
-TEST_F(HidlE2eSession, OnlyMapper5StreamsEveryFrame) {
-    ASSERT_TRUE(hostkit::mapper::Offer({5}));
-    hostkit::mapper::SetReleaseFenceMode(hostkit::mapper::FenceMode::ONE_FD);
-    const auto fdsBefore = OpenFds();
-    const int id = UniqueId(DEVICE, SERVICE);
-    {
-        android::IVirCameraWrapper* wrapper = NewWrapper();
-        auto caller = std::make_shared<FakeVideoService>(wrapper, id);
-        SimHidlFramework framework(mStreamChannel, 2);
-        ASSERT_EQ(0, wrapper->RegisterCallback(DEVICE, SERVICE, android::IVirCameraWrapper::MODE_STREAM_CHANGE,
-                                               caller));
-        ASSERT_TRUE(framework.OpenControlSession(DEVICE, SERVICE).has_value());
-        ASSERT_TRUE(framework.ConfigureStreams(1, {{5, 320, 240, 17}}).has_value());
-        for (uint32_t frame = 0; frame < 6; ++frame) {
-            ASSERT_TRUE(framework.SendImageRequest(1, frame).has_value());
-        }
-        ASSERT_TRUE(framework.WaitForReturnedFrames(6, 5s));
-        EXPECT_EQ(0u, caller->Failures());
-        ASSERT_EQ(6u, framework.ReturnedFrames().size());
-        for (const vircamsim::ReturnedFrame& frame : framework.ReturnedFrames()) {
-            ASSERT_TRUE(frame.readBackOk);
-            EXPECT_TRUE(frame.bytes == FakeVideoService::Pattern(frame.frameNumber, 5, frame.bufferId, 320 * 240 * 3 / 2));
-        }
-        HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_INFO, "VIRCAMERA_HIDL_WRAPPERCB", "init mapper use V5");
-        EXPECT_EQ(2u, hostkit::mapper::LiveImports());
-        EXPECT_EQ(0, wrapper->UnRegisterCallback(DEVICE, SERVICE));
-        DeleteWrappers();
-        EXPECT_EQ(0u, hostkit::mapper::LiveImports());
-    }
-    EXPECT_TRUE(hostkit::mapper::MappedRegions().empty());
-    EXPECT_EQ(fdsBefore, OpenFds());
-}
-
 // A capture shows a frame's path: the HAL's image request, and in it the caller's lock,
 // unlock and buffer done, each a closed section.
 TEST_F(HidlE2eSession, AFrameLeavesItsTraceSections) {
