@@ -59,16 +59,5 @@ TEST_F(AidlClientTest, BinderDiedClearsOnlyTheDeadUsersModes) {
     EXPECT_EQ(std::vector<int>{0}, Modes(Client(), true));
 }
 
-TEST_F(AidlClientTest, NullReplyIsAServiceSpecificError) {
-    for (int32_t cmd : {10005, 1}) {
-        ndk::ScopedAStatus status = mChannelCallback->processCmdRequest(cmd, "{}", nullptr);
-        EXPECT_EQ(EX_SERVICE_SPECIFIC, status.getExceptionCode());
-        EXPECT_EQ(-200001, status.getServiceSpecificError());
-    }
-    ndk::ScopedAStatus status = mChannelCallback->processInfoData(9107, "{}", {}, nullptr);
-    EXPECT_EQ(EX_SERVICE_SPECIFIC, status.getExceptionCode());
-    EXPECT_EQ(-200001, status.getServiceSpecificError());
-}
-
 }  // namespace
 }  // namespace aidlclient

@@ -25,7 +25,7 @@ protected:
         AidlE2eTest::TearDown();
     }
 
-    std::shared_ptr<E2eCaller> mCaller;
+    std::shared_ptr<FakeVideoService> mCaller;
     std::shared_ptr<vircamsim::SimAidlFramework> mFramework;
 };
 

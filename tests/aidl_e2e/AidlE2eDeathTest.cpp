@@ -49,7 +49,7 @@ TEST_F(DeathTest, BinderDeathTellsTheCallerOnceAndClearsTheMode) {
 TEST_F(DeathTest, DeathRacingWrapperDestruction) {
     for (int round = 0; round < 20; ++round) {
         int result = -1;
-        auto caller = std::make_shared<E2eCaller>();
+        auto caller = std::make_shared<FakeVideoService>();
         ASSERT_EQ(0, mWrapper->RegisterCallback("devR", "svcR", IVirCameraWrapper::MODE_STREAM_CHANGE, caller));
         std::thread killer([this] { mStreamChannel->Kill(); });
         // The caller leaves and drops everything while the death is delivered.

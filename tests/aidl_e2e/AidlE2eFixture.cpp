@@ -44,9 +44,9 @@ void AidlE2eTest::TearDown() {
     hostkit::logs::Clear();
 }
 
-std::shared_ptr<E2eCaller> AidlE2eTest::Register(const std::string& device, const std::string& service,
+std::shared_ptr<FakeVideoService> AidlE2eTest::Register(const std::string& device, const std::string& service,
                                                  IVirCameraWrapper::VirCameraMode mode, int* result) {
-    auto caller = std::make_shared<E2eCaller>();
+    auto caller = std::make_shared<FakeVideoService>(mWrapper, UniqueId(device, service));
     mCallers.push_back(caller);
     const int ret = mWrapper->RegisterCallback(device, service, mode, caller);
     if (result != nullptr) *result = ret;

@@ -11,7 +11,7 @@
 
 #include <gtest/gtest.h>
 
-#include "E2eCaller.h"
+#include "FakeVideoService.h"
 #include "IVirCameraWrapper.h"
 #include "aidl/SimAidlChannel.h"
 #include "aidl/SimAidlFramework.h"
@@ -25,6 +25,8 @@ constexpr int TAG_PRIO_ERROR = 6;
 constexpr const char* WRAPPER_TAG = "VIRCAMERA_AIDL_WRAPPER";
 
 using android::IVirCameraWrapper;
+using vircamtest::FakeVideoService;
+using vircamtest::UniqueId;
 
 // Both simulated HAL channel instances running, a mapper 4.0, and an AIDL wrapper made by
 // the real library. TearDown kills the channels while the callers still live, so the
@@ -34,17 +36,15 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
-    // Registers through the wrapper with a new caller kept until TearDown.
-    std::shared_ptr<E2eCaller> Register(const std::string& device, const std::string& service,
+    // Registers through the wrapper with a new video service kept until TearDown.
+    std::shared_ptr<FakeVideoService> Register(const std::string& device, const std::string& service,
                                         IVirCameraWrapper::VirCameraMode mode, int* result = nullptr);
     std::shared_ptr<vircamsim::SimAidlChannel> Channel(IVirCameraWrapper::VirCameraMode mode) const;
 
     std::shared_ptr<vircamsim::SimAidlChannel> mRegisterChannel;
     std::shared_ptr<vircamsim::SimAidlChannel> mStreamChannel;
     android::IVirCameraWrapperV2* mWrapper = nullptr;
-    std::vector<std::shared_ptr<E2eCaller>> mCallers;
+    std::vector<std::shared_ptr<FakeVideoService>> mCallers;
 };
-
-// The descriptors open in this process.
 
 }  // namespace aidle2e

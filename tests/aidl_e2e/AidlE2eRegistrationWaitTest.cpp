@@ -45,7 +45,7 @@ TEST_F(RegistrationWaitTest, HalThreadClearsTheModeDuringTheRegistration) {
 // mode's next user; the caller answers with a request to the HAL for that user.
 TEST_F(RegistrationWaitTest, CallerSendsARequestFromTheHalThreadDuringTheRegistration) {
     int result = -1;
-    std::shared_ptr<E2eCaller> first = Register("devA", "devA-svc", IVirCameraWrapper::MODE_REGISTER, &result);
+    std::shared_ptr<FakeVideoService> first = Register("devA", "devA-svc", IVirCameraWrapper::MODE_REGISTER, &result);
     ASSERT_EQ(0, result);
     ASSERT_EQ(0, mWrapper->UnRegisterCallback("devA", "devA-svc"));  // the connection stays
     android::OptResult sent;

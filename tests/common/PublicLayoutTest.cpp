@@ -1,5 +1,5 @@
 // The caller and the library are built separately (and for more than one CPU), so the
-// records they exchange must have one layout. A mismatch fails the build, on every target.
+// records they exchange must have one size. A mismatch fails the build, on every target.
 #include "IVirCameraWrapper.h"
 
 #include <cstddef>
@@ -26,39 +26,12 @@ static_assert(IS_INT32_ENUM<VirCameraRotationDegree>);
 static_assert(IS_INT32_ENUM<VirCameraColorFormatType>);
 static_assert(IS_INT32_ENUM<IVirCameraWrapper::VirCameraMode>);
 
-static_assert(std::is_standard_layout_v<VirCameraImageResult>);
-static_assert(offsetof(VirCameraImageResult, frameNumber) == 0);
-static_assert(offsetof(VirCameraImageResult, bufferId) == 8);
-static_assert(offsetof(VirCameraImageResult, streamId) == 16);
-static_assert(offsetof(VirCameraImageResult, index) == 20);
-static_assert(offsetof(VirCameraImageResult, timestamp) == 24);
-static_assert(offsetof(VirCameraImageResult, status) == 32);
 static_assert(sizeof(VirCameraImageResult) == 40 && alignof(VirCameraImageResult) == 8);
-
-static_assert(offsetof(VirCameraImageBuffer, frameNumber) == 0);
-static_assert(offsetof(VirCameraImageBuffer, streamId) == 4);
-static_assert(offsetof(VirCameraImageBuffer, bufferId) == 8);
 static_assert(sizeof(VirCameraImageBuffer) == 16);
-static_assert(offsetof(VirCameraBufferCache, bufferId) == 8 && sizeof(VirCameraBufferCache) == 16);
-
-// The string-carrying records depend on the C++ library's string and vector sizes, so
-// their offsets are stated in those terms. offsetof on them is a GCC/Clang extension.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"
-static_assert(offsetof(OptResult, result) == 0);
-static_assert(offsetof(OptResult, data) == 8);
-static_assert(offsetof(OptResult, value) == 8 + STRING_SIZE);
+static_assert(sizeof(VirCameraBufferCache) == 16);
+// The string-carrying records depend on the C++ library's string and vector sizes.
 static_assert(sizeof(OptResult) == 16 + STRING_SIZE);
-
-static_assert(offsetof(CallbackResult, result) == 0);
-static_assert(offsetof(CallbackResult, data) == 8);
 static_assert(sizeof(CallbackResult) == 8 + STRING_SIZE);
-
-static_assert(offsetof(CommonData, data) == 0);
-static_assert(offsetof(CommonData, number) == STRING_SIZE);
-static_assert(offsetof(CommonData, pointer) == STRING_SIZE + 8);
-static_assert(offsetof(CommonData, values) == STRING_SIZE + 16);
 static_assert(sizeof(CommonData) == STRING_SIZE + 16 + VECTOR_SIZE);
-#pragma GCC diagnostic pop
 
 }  // namespace

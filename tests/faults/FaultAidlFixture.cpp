@@ -9,7 +9,6 @@
 
 #include "ProcessState.h"
 #include "client/AidlVirtualCameraClient.h"
-#include "common/HashIdCache.h"
 
 namespace faults {
 
@@ -36,7 +35,7 @@ void FaultAidlTest::SetUp() {
     android::IVirCameraWrapperV2* raw = nullptr;
     ASSERT_EQ(0, CreateVirCameraWrapperV2(&raw));
     mWrapper.reset(raw);
-    mSource = std::make_shared<AidlVideoSource>(raw, UniqueId());
+    mSource = std::make_shared<FakeVideoService>(raw, UniqueId());
     mFdsBefore = OpenFds();
     hostkit::logs::Clear();
 }
@@ -56,7 +55,7 @@ void FaultAidlTest::TearDown() {
 }
 
 int FaultAidlTest::UniqueId() const {
-    return android::HashIdCache::Compute("fault-device") + android::HashIdCache::Compute("fault.service");
+    return vircamtest::UniqueId("fault-device", "fault.service");
 }
 
 int FaultAidlTest::Register(android::IVirCameraWrapper::VirCameraMode mode) {

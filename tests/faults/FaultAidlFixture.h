@@ -6,12 +6,14 @@
 
 #include <gtest/gtest.h>
 
-#include "AidlVideoSource.h"
+#include "FakeVideoService.h"
 #include "IVirCameraWrapper.h"
 #include "aidl/SimAidlChannel.h"
 #include "aidl/SimAidlFramework.h"
 
 namespace faults {
+
+using vircamtest::FakeVideoService;
 
 inline constexpr const char* AIDL_SERVICE_TAG = "VIRCAMERA_AIDL_SERVICE";
 inline constexpr const char* AIDL_CLIENT_TAG = "VIRCAMERA_AIDL_CLIENT";
@@ -39,7 +41,7 @@ class FaultAidlTest : public ::testing::Test {
     std::shared_ptr<vircamsim::SimAidlChannel> mRegister;
     std::shared_ptr<vircamsim::SimAidlChannel> mStream;
     std::unique_ptr<android::IVirCameraWrapperV2> mWrapper;
-    std::shared_ptr<AidlVideoSource> mSource;
+    std::shared_ptr<FakeVideoService> mSource;
     std::shared_ptr<vircamsim::SimAidlFramework> mFramework;
     std::map<int, std::string> mFdsBefore;
 };

@@ -49,7 +49,7 @@ TEST_P(FaultAidlManager, TransportFailureAnswersTheBinderCode) {
     hostkit::binder::FailNextTransactions(channel->Name(), 1, STATUS_FAILED_TRANSACTION);
     EXPECT_EQ(c.failedAnswer, Send(c.cmd, c.json));
     EXPECT_EQ(1u, CountStartingWith(PRIO_ERROR, AIDL_CLIENT_TAG, c.logPrefix));
-    EXPECT_EQ(0u, mSource->Deaths());
+    EXPECT_EQ(0u, mSource->Count(FakeVideoService::CMD_SERVICE_DIED));
     ExpectNothingLeft();
 }
 
@@ -60,7 +60,7 @@ TEST_P(FaultAidlManager, DeadChannelAnswersWithoutHanging) {
     // Gone for good: a declared service that died is waited for (waitForService), as on a device.
     hostkit::binder::Undeclare((c.streamChannel ? mStream : mRegister)->Name());
     EXPECT_EQ(c.deadAnswer, Send(c.cmd, c.json));
-    EXPECT_EQ(0u, mSource->Deaths());
+    EXPECT_EQ(0u, mSource->Count(FakeVideoService::CMD_SERVICE_DIED));
     ExpectNothingLeft();
 }
 
@@ -90,19 +90,20 @@ TEST_P(FaultAidlCallerRequest, TransportFailureKeepsCodeZeroAndIsNoDeath) {
     EXPECT_TRUE(mRegister->CallerRequests().empty());
     EXPECT_EQ(0, mWrapper->SendRequest(GetParam(), UniqueId(), "{}").result);
     EXPECT_EQ(1u, mRegister->CallerRequests().size());
-    EXPECT_EQ(0u, mSource->Deaths());
+    EXPECT_EQ(0u, mSource->Count(FakeVideoService::CMD_SERVICE_DIED));
     ExpectNothingLeft();
 }
 
 TEST_P(FaultAidlCallerRequest, DeadChannelTellsTheCallerOnceThenAnswersMinusOne) {
     ASSERT_EQ(0, Register());
     KillAndWait(mRegister);
-    ASSERT_TRUE(mSource->WaitForDeaths(1, 5s));
+    ASSERT_TRUE(mSource->WaitFor(FakeVideoService::CMD_SERVICE_DIED, 1, 5s));
     ASSERT_TRUE(hostkit::logs::WaitFor(PRIO_INFO, AIDL_CLIENT_TAG, "BinderDied: success", 5s));
-    EXPECT_EQ(std::vector<std::string>{std::to_string(UniqueId())}, mSource->DeathTexts());
+    ASSERT_EQ(1u, mSource->Calls().size());
+    EXPECT_EQ(std::to_string(UniqueId()), mSource->Calls()[0].data);
     EXPECT_EQ(-1, mWrapper->SendRequest(GetParam(), UniqueId(), "{}").result);
     ExpectNothingLeft();
-    EXPECT_EQ(1u, mSource->Deaths());
+    EXPECT_EQ(1u, mSource->Count(FakeVideoService::CMD_SERVICE_DIED));
 }
 
 INSTANTIATE_TEST_SUITE_P(Commands, FaultAidlCallerRequest, ::testing::Values(20001, 20002, 20003));
@@ -116,7 +117,7 @@ TEST_F(FaultAidlConnection, HalCommand9101FailingInTransportKeepsCodeZero) {
     EXPECT_EQ(1u, CountStartingWith(PRIO_ERROR, AIDL_SERVICE_TAG, "SendData: processCmdRequest failed: "));
     mRegister->SetProcessAnswer(7, 2);
     EXPECT_EQ(7, mWrapper->SendData(9101, UniqueId(), "{}", {}).result);
-    EXPECT_EQ(0u, mSource->Deaths());
+    EXPECT_EQ(0u, mSource->Count(FakeVideoService::CMD_SERVICE_DIED));
     ExpectNothingLeft();
 }
 
@@ -125,7 +126,7 @@ TEST_F(FaultAidlConnection, RegisterCallFailingInTransportLeavesTheHalWithoutCal
     // Only the HAL's answer counts, and a failed call leaves it at 0.
     EXPECT_EQ(0, Register());
     EXPECT_EQ(0, mRegister->RegisterCallbackCount());
-    EXPECT_EQ(0u, mSource->Deaths());
+    EXPECT_EQ(0u, mSource->Count(FakeVideoService::CMD_SERVICE_DIED));
     ExpectNothingLeft();
 }
 
@@ -134,7 +135,7 @@ TEST_F(FaultAidlConnection, DeadChannelBeforeRegistrationAnswersNoService) {
     // Gone for good: a declared service that died is waited for (waitForService), as on a device.
     hostkit::binder::Undeclare(mRegister->Name());
     EXPECT_EQ(-200014, Register());
-    EXPECT_EQ(0u, mSource->Deaths());
+    EXPECT_EQ(0u, mSource->Count(FakeVideoService::CMD_SERVICE_DIED));
     ExpectNothingLeft();
 }
 
@@ -142,13 +143,13 @@ TEST_F(FaultAidlConnection, DeathLinkReportsOnceAndTheModeRegistersAgain) {
     ASSERT_EQ(0, Register(android::IVirCameraWrapper::MODE_STREAM_CHANGE));
     ASSERT_EQ(1u, hostkit::binder::DeathLinkCount(mStream->Name()));
     KillAndWait(mStream);
-    ASSERT_TRUE(mSource->WaitForDeaths(1, 5s));
+    ASSERT_TRUE(mSource->WaitFor(FakeVideoService::CMD_SERVICE_DIED, 1, 5s));
     ASSERT_TRUE(hostkit::logs::WaitFor(PRIO_INFO, AIDL_CLIENT_TAG, "BinderDied: success", 5s));
     ASSERT_TRUE(mStream->Restore());
     EXPECT_EQ(0, Register(android::IVirCameraWrapper::MODE_STREAM_CHANGE));
     EXPECT_EQ(1u, hostkit::binder::DeathLinkCount(mStream->Name()));
     ExpectNothingLeft();
-    EXPECT_EQ(1u, mSource->Deaths());
+    EXPECT_EQ(1u, mSource->Count(FakeVideoService::CMD_SERVICE_DIED));
 }
 
 TEST_F(FaultAidlConnection, MapperFaultsOnTheImagePath) {
@@ -163,27 +164,8 @@ TEST_F(FaultAidlConnection, MapperFaultsOnTheImagePath) {
     hostkit::mapper::FailNextCode(hostkit::mapper::Operation::UNLOCK, 2);
     EXPECT_EQ(0, Frame(2, 2));
     EXPECT_EQ(1u, mSource->Filled());
-    EXPECT_EQ(0u, mSource->Deaths());
+    EXPECT_EQ(0u, mSource->Count(FakeVideoService::CMD_SERVICE_DIED));
     ExpectNothingLeft();
-}
-
-TEST_F(FaultAidlConnection, MapperDeathBetweenRequestsKeepsTheDeadAdapter) {
-    ASSERT_EQ(0, Register());
-    StartSession();
-    EXPECT_EQ(0, Frame(0, 1));
-    EXPECT_EQ(1u, mSource->Filled());
-    ASSERT_TRUE(hostkit::mapper::Kill(4));
-    ASSERT_TRUE(hostkit::mapper::Restore(4));
-    // No death link over AIDL: the adapter keeps the dead mapper, so locks fail from now
-    // on (the caller skips the frame) and the import made before the death cannot be freed.
-    EXPECT_EQ(0, Frame(1, 1));
-    EXPECT_EQ(1u, mSource->LockFailures());
-    (void)mFramework->Flush();
-    EXPECT_EQ(1u, hostkit::mapper::LiveImports());
-    EXPECT_EQ(0u, mSource->Deaths());
-    mFramework.reset();
-    EXPECT_EQ(1u, hostkit::mapper::Reset());
-    EXPECT_EQ(mFdsBefore, OpenFds());
 }
 
 }  // namespace

@@ -8,7 +8,6 @@
 #include <hostkit/Mapper.h>
 
 #include "ProcessState.h"
-#include "common/HashIdCache.h"
 
 namespace faults {
 
@@ -50,15 +49,14 @@ void FaultHidlTest::TearDown() {
 }
 
 int FaultHidlTest::UniqueId() const {
-    android::HashIdCache ids;
-    return ids.ConvertToHashID(DEVICE) + ids.ConvertToHashID(SERVICE);
+    return vircamtest::UniqueId(DEVICE, SERVICE);
 }
 
 int FaultHidlTest::Register(android::IVirCameraWrapper::VirCameraMode mode) {
     android::IVirCameraWrapper* raw = nullptr;
     EXPECT_EQ(0, CreateVirCameraWrapper(&raw));
     mWrapper.reset(raw);
-    mSource = std::make_shared<HidlVideoSource>(raw, UniqueId());
+    mSource = std::make_shared<FakeVideoService>(raw, UniqueId());
     return mWrapper->RegisterCallback(DEVICE, SERVICE, mode, mSource);
 }
 
@@ -66,7 +64,7 @@ void FaultHidlTest::StartSession(uint32_t ringSize) {
     const auto& sim = mRegister->Sim();
     mFramework = std::make_unique<vircamsim::SimHidlFramework>(sim, ringSize);
     ASSERT_TRUE(mFramework->OpenControlSession(DEVICE, SERVICE).has_value());
-    ASSERT_TRUE(mFramework->ConfigureStreams(HidlVideoSource::CONTROL_SESSION, {{2, 64, 48, 17}}).has_value());
+    ASSERT_TRUE(mFramework->ConfigureStreams(FakeVideoService::CONTROL_SESSION_ID, {{2, 64, 48, 17}}).has_value());
     ASSERT_TRUE(mFramework->OpenDataSession(DEVICE, SERVICE).has_value());
 }
 

@@ -7,12 +7,14 @@
 #include <gtest/gtest.h>
 
 #include "FaultHidlChannel.h"
-#include "HidlVideoSource.h"
+#include "FakeVideoService.h"
 #include "IVirCameraWrapper.h"
 #include "hidl/SimCameraProvider.h"
 #include "hidl/SimHidlFramework.h"
 
 namespace faults {
+
+using vircamtest::FakeVideoService;
 
 inline constexpr const char* HIDL_SERVICE_TAG = "VIRCAMERA_HIDL_SERVICE";
 inline constexpr const char* HIDL_CALLBACK_TAG = "VIRCAMERA_HIDL_WRAPPERCB";
@@ -42,7 +44,7 @@ class FaultHidlTest : public ::testing::Test {
     android::sp<FaultHidlChannel> mStream;
     android::sp<vircamsim::SimCameraProvider> mProvider;
     std::unique_ptr<android::IVirCameraWrapper> mWrapper;
-    std::shared_ptr<HidlVideoSource> mSource;
+    std::shared_ptr<FakeVideoService> mSource;
     std::unique_ptr<vircamsim::SimHidlFramework> mFramework;
     std::map<int, std::string> mFdsBefore;
 };

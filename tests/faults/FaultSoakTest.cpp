@@ -68,10 +68,10 @@ TEST_F(FaultSoakHidl, HalfTheCyclesWithRandomFaults) {
                 hostkit::hidl::WaitForDeathNotifications();
                 ASSERT_TRUE(hostkit::mapper::Restore(4));
             }
-            if (!mFramework->SendImageRequest(HidlVideoSource::DATA_SESSION, frame)) break;
+            if (!mFramework->SendImageRequest(FakeVideoService::DATA_SESSION_ID, frame)) break;
         }
         if (fault == Fault::HAL_DEATH) {
-            ASSERT_TRUE(mSource->WaitForServiceDied(1, 5s)) << "cycle " << cycle;
+            ASSERT_TRUE(mSource->WaitForServiceDied(5s)) << "cycle " << cycle;
         }
         (void)mWrapper->UnRegisterCallback(DEVICE, SERVICE);
         mWrapper.reset();
@@ -105,7 +105,7 @@ TEST_F(FaultSoakAidl, HalfTheCyclesWithRandomFaults) {
             if (fault == Fault::HAL_DEATH && frame == 1) {
                 KillAndWait(mRegister);
                 ++deaths;
-                ASSERT_TRUE(mSource->WaitForDeaths(deaths, 5s)) << "cycle " << cycle;
+                ASSERT_TRUE(mSource->WaitFor(FakeVideoService::CMD_SERVICE_DIED, deaths, 5s)) << "cycle " << cycle;
             }
             if (fault == Fault::FAILED_CALL && frame == 2) {
                 hostkit::binder::FailNextTransactions(mRegister->Name(), 1, STATUS_FAILED_TRANSACTION);
@@ -119,7 +119,7 @@ TEST_F(FaultSoakAidl, HalfTheCyclesWithRandomFaults) {
         (void)mWrapper->UnRegisterCallback("fault-device", "fault.service");
         mFramework.reset();
         ASSERT_EQ(0u, hostkit::mapper::LiveImports()) << "cycle " << cycle;
-        ASSERT_EQ(deaths, mSource->Deaths()) << "cycle " << cycle;
+        ASSERT_EQ(deaths, mSource->Count(FakeVideoService::CMD_SERVICE_DIED)) << "cycle " << cycle;
         if (fault == Fault::HAL_DEATH) {
             ASSERT_TRUE(mRegister->Restore());
         }

@@ -12,23 +12,6 @@
 
 namespace e2e {
 
-namespace {
-
-int HashId(const std::string& text) {
-    if (text.empty()) return 10001;
-    int a = 1;
-    int b = 1;
-    for (unsigned char c : text) {
-        a = (a + c) % 10000;
-        b = (b + 2 * c) % 10000;
-    }
-    return a * 10000 + b;
-}
-
-}  // namespace
-
-int UniqueId(const std::string& device, const std::string& service) { return HashId(device) + HashId(service); }
-
 std::string Masked(const std::string& text) {
     if (text.size() <= 1) return text.empty() ? text : "*";
     if (text.size() == 2) return text.substr(0, 1) + "*";

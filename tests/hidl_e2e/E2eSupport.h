@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "E2eCaller.h"
+#include "FakeVideoService.h"
 #include "IVirCameraWrapper.h"
 #include "hidl/SimHidlChannel.h"
 
@@ -18,8 +18,9 @@ inline constexpr const char* WRAPPER_TAG = "VIRCAMERA_HIDL_WRAPPER";
 inline constexpr const char* SERVICE_TAG = "VIRCAMERA_HIDL_SERVICE";
 inline constexpr const char* CALLBACK_TAG = "VIRCAMERA_HIDL_WRAPPERCB";
 
-// The registration id the library derives from the two strings, computed independently.
-int UniqueId(const std::string& device, const std::string& service);
+using vircamtest::FakeVideoService;
+using vircamtest::UniqueId;
+
 // First and last character kept, the rest '*'; one character becomes "*".
 std::string Masked(const std::string& text);
 

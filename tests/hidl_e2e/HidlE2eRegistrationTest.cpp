@@ -22,7 +22,7 @@ class HidlE2eRegistration : public HidlE2eFixture {};
 
 TEST_F(HidlE2eRegistration, RegisterWritesMaskedLinesAndHandsTheHalACallback) {
     android::IVirCameraWrapper* wrapper = NewWrapper();
-    auto caller = std::make_shared<E2eCaller>(wrapper, UniqueId(DEVICE, SERVICE));
+    auto caller = std::make_shared<FakeVideoService>(wrapper, UniqueId(DEVICE, SERVICE));
     ASSERT_EQ(0, wrapper->RegisterCallback(DEVICE, SERVICE, Mode::MODE_REGISTER, caller));
     HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_INFO, WRAPPER_TAG,
                             "RegisterCallback device=" + Masked(DEVICE) + " service=" + Masked(SERVICE));
@@ -40,8 +40,8 @@ TEST_F(HidlE2eRegistration, RegisterWritesMaskedLinesAndHandsTheHalACallback) {
 TEST_F(HidlE2eRegistration, SecondRegistrationReplacesFirstAndUnregisterThenAnswersMinusOne) {
     android::IVirCameraWrapper* wrapper = NewWrapper();
     const int id = UniqueId(DEVICE, SERVICE);
-    auto first = std::make_shared<E2eCaller>(wrapper, id);
-    auto second = std::make_shared<E2eCaller>(wrapper, id);
+    auto first = std::make_shared<FakeVideoService>(wrapper, id);
+    auto second = std::make_shared<FakeVideoService>(wrapper, id);
     ASSERT_EQ(0, wrapper->RegisterCallback(DEVICE, SERVICE, Mode::MODE_REGISTER, first));
     ASSERT_EQ(0, wrapper->RegisterCallback(DEVICE, SERVICE, Mode::MODE_REGISTER, second));
     EXPECT_EQ(2u, mRegisterChannel->ChannelRegistrations().size());
@@ -63,7 +63,7 @@ TEST_F(HidlE2eRegistration, SecondRegistrationReplacesFirstAndUnregisterThenAnsw
 TEST_F(HidlE2eRegistration, UnknownIdAnswersFailureEverywhere) {
     android::IVirCameraWrapper* wrapper = NewWrapper();
     const int id = UniqueId(DEVICE, SERVICE);
-    auto caller = std::make_shared<E2eCaller>(wrapper, id);
+    auto caller = std::make_shared<FakeVideoService>(wrapper, id);
     ASSERT_EQ(0, wrapper->RegisterCallback(DEVICE, SERVICE, Mode::MODE_REGISTER, caller));
     const int wrong = id + 1;
     int fence = 7;
@@ -90,9 +90,9 @@ TEST_F(HidlE2eRegistration, UnknownIdAnswersFailureEverywhere) {
 TEST_F(HidlE2eRegistration, ExpiredCallerIsRefusedAndLogged) {
     android::IVirCameraWrapper* wrapper = NewWrapper();
     const int id = UniqueId(DEVICE, SERVICE);
-    std::weak_ptr<E2eCaller> expired;
+    std::weak_ptr<FakeVideoService> expired;
     {
-        auto gone = std::make_shared<E2eCaller>(wrapper, id);
+        auto gone = std::make_shared<FakeVideoService>(wrapper, id);
         expired = gone;
     }
     EXPECT_EQ(-1, wrapper->RegisterCallback(DEVICE, SERVICE, Mode::MODE_REGISTER, expired));
@@ -102,7 +102,7 @@ TEST_F(HidlE2eRegistration, ExpiredCallerIsRefusedAndLogged) {
     // A caller that goes away after registering: the HAL's calls fail and are logged. Requests
     // with a result callback are answered too: the HIDL stub the HAL calls through ends the
     // process when a method returns without answering.
-    auto caller = std::make_shared<E2eCaller>(wrapper, id);
+    auto caller = std::make_shared<FakeVideoService>(wrapper, id);
     ASSERT_EQ(0, wrapper->RegisterCallback(DEVICE, SERVICE, Mode::MODE_REGISTER, caller));
     caller.reset();
     hostkit::logs::Clear();
@@ -119,7 +119,7 @@ TEST_F(HidlE2eRegistration, ExpiredCallerIsRefusedAndLogged) {
 
 TEST_F(HidlE2eRegistration, RefusedRegistrationAnswersMinusOne) {
     android::IVirCameraWrapper* wrapper = NewWrapper();
-    auto caller = std::make_shared<E2eCaller>(wrapper, UniqueId(DEVICE, SERVICE));
+    auto caller = std::make_shared<FakeVideoService>(wrapper, UniqueId(DEVICE, SERVICE));
     mRegisterChannel->SetRegisterChannelStatus(3);
     EXPECT_EQ(-1, wrapper->RegisterCallback(DEVICE, SERVICE, Mode::MODE_REGISTER, caller));
     HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_WARN, SERVICE_TAG, "Can't registerVirtualChannelCallback");
@@ -134,8 +134,8 @@ TEST_F(HidlE2eRegistration, TwoWrappersSideBySideKeepTheirFramesApart) {
     const std::string serviceB = "other.service";
     android::IVirCameraWrapper* wrapperA = NewWrapper();
     android::IVirCameraWrapper* wrapperB = NewWrapper();
-    auto callerA = std::make_shared<E2eCaller>(wrapperA, UniqueId(DEVICE, SERVICE));
-    auto callerB = std::make_shared<E2eCaller>(wrapperB, UniqueId(deviceB, serviceB));
+    auto callerA = std::make_shared<FakeVideoService>(wrapperA, UniqueId(DEVICE, SERVICE));
+    auto callerB = std::make_shared<FakeVideoService>(wrapperB, UniqueId(deviceB, serviceB));
     ASSERT_EQ(0, wrapperA->RegisterCallback(DEVICE, SERVICE, Mode::MODE_REGISTER, callerA));
     ASSERT_EQ(0, wrapperB->RegisterCallback(deviceB, serviceB, Mode::MODE_STREAM_CHANGE, callerB));
     // Each wrapper knows only its own registration.
@@ -156,11 +156,11 @@ TEST_F(HidlE2eRegistration, TwoWrappersSideBySideKeepTheirFramesApart) {
     ASSERT_TRUE(frameworkB.WaitForReturnedFrames(4, 5s));
     for (const vircamsim::ReturnedFrame& frame : frameworkA.ReturnedFrames()) {
         EXPECT_LT(frame.frameNumber, 100u);
-        EXPECT_TRUE(frame.bytes == E2eCaller::Pattern(frame.frameNumber, 1, 64 * 48 * 3 / 2));
+        EXPECT_TRUE(frame.bytes == FakeVideoService::Pattern(frame.frameNumber, 1, frame.bufferId, 64 * 48 * 3 / 2));
     }
     for (const vircamsim::ReturnedFrame& frame : frameworkB.ReturnedFrames()) {
         EXPECT_GE(frame.frameNumber, 100u);
-        EXPECT_TRUE(frame.bytes == E2eCaller::Pattern(frame.frameNumber, 1, 96 * 64 * 3 / 2));
+        EXPECT_TRUE(frame.bytes == FakeVideoService::Pattern(frame.frameNumber, 1, frame.bufferId, 96 * 64 * 3 / 2));
     }
     EXPECT_EQ(4u, hostkit::mapper::LiveImports());
     EXPECT_EQ(0, wrapperA->UnRegisterCallback(DEVICE, SERVICE));

@@ -21,8 +21,8 @@ class HidlE2eRegistrationWait : public HidlE2eFixture {
     void SetUp() override {
         HidlE2eFixture::SetUp();
         mWrapper = NewWrapper();
-        mFirst = std::make_shared<E2eCaller>(mWrapper, UniqueId("devA", "svcA"));
-        mSecond = std::make_shared<E2eCaller>(mWrapper, UniqueId("devB", "svcB"));
+        mFirst = std::make_shared<FakeVideoService>(mWrapper, UniqueId("devA", "svcA"));
+        mSecond = std::make_shared<FakeVideoService>(mWrapper, UniqueId("devB", "svcB"));
         ASSERT_EQ(0, mWrapper->RegisterCallback("devA", "svcA", Mode::MODE_REGISTER, mFirst));
         hostkit::logs::Clear();
     }
@@ -42,8 +42,8 @@ class HidlE2eRegistrationWait : public HidlE2eFixture {
     }
 
     android::IVirCameraWrapper* mWrapper = nullptr;
-    std::shared_ptr<E2eCaller> mFirst;
-    std::shared_ptr<E2eCaller> mSecond;
+    std::shared_ptr<FakeVideoService> mFirst;
+    std::shared_ptr<FakeVideoService> mSecond;
 };
 
 // The HAL takes its time to answer registerVirtualChannelCallback.

@@ -31,7 +31,7 @@ void ExpectFramesMatchPattern(const std::vector<vircamsim::ReturnedFrame>& frame
         ASSERT_TRUE(frame.readBackOk) << "frame " << frame.frameNumber;
         const size_t expectedSize = frame.streamId == 0 ? 3110400u : 1382400u;
         ASSERT_EQ(expectedSize, frame.bytes.size());
-        EXPECT_TRUE(frame.bytes == E2eCaller::Pattern(frame.frameNumber, frame.streamId, frame.bytes.size()))
+        EXPECT_TRUE(frame.bytes == FakeVideoService::Pattern(frame.frameNumber, frame.streamId, frame.bufferId, frame.bytes.size()))
                 << "bytes differ in frame " << frame.frameNumber << " stream " << frame.streamId;
         EXPECT_TRUE(frame.status);
     }
@@ -43,21 +43,21 @@ TEST_F(HidlE2eSession, FramesArriveAsWrittenAndBuffersAreImportedOnceFreedOnce) 
     const int id = UniqueId(DEVICE, SERVICE);
     {
         android::IVirCameraWrapper* wrapper = NewWrapper();
-        auto caller = std::make_shared<E2eCaller>(wrapper, id);
+        auto caller = std::make_shared<FakeVideoService>(wrapper, id);
         SimHidlFramework framework(mRegisterChannel, 3);
         ASSERT_EQ(0, wrapper->RegisterCallback(DEVICE, SERVICE, android::IVirCameraWrapper::MODE_REGISTER, caller));
 
-        ASSERT_EQ(std::optional<uint32_t>(E2eCaller::CONTROL_SESSION_ID), framework.OpenControlSession(DEVICE, SERVICE));
+        ASSERT_EQ(std::optional<uint32_t>(FakeVideoService::CONTROL_SESSION_ID), framework.OpenControlSession(DEVICE, SERVICE));
         EXPECT_EQ(0, wrapper->NotifyOpenControlSessionResult(id, 0));
-        ASSERT_EQ(std::optional<OptResult>(OptResult::SUCCESS), framework.ConfigureStreams(E2eCaller::CONTROL_SESSION_ID, STREAMS));
+        ASSERT_EQ(std::optional<OptResult>(OptResult::SUCCESS), framework.ConfigureStreams(FakeVideoService::CONTROL_SESSION_ID, STREAMS));
         EXPECT_EQ(0, wrapper->NotifyConfigStreamResult(id, 0));
         EXPECT_EQ(0, wrapper->NotifyConfigStreamResult(id, -5));
-        ASSERT_EQ(std::optional<uint32_t>(E2eCaller::DATA_SESSION_ID), framework.OpenDataSession(DEVICE, SERVICE));
+        ASSERT_EQ(std::optional<uint32_t>(FakeVideoService::DATA_SESSION_ID), framework.OpenDataSession(DEVICE, SERVICE));
         EXPECT_EQ(0, wrapper->NotifyOpenDataSessionResult(id, 0));
         EXPECT_EQ(0, wrapper->NotifyOpenDataSessionResult(id, 3));
 
         for (uint32_t frame = 0; frame < 6; ++frame) {
-            auto answer = framework.SendImageRequest(E2eCaller::DATA_SESSION_ID, frame);
+            auto answer = framework.SendImageRequest(FakeVideoService::DATA_SESSION_ID, frame);
             ASSERT_TRUE(answer.has_value());
             EXPECT_EQ(OptResult::SUCCESS, answer->first);
             EXPECT_EQ(2u, answer->second);
@@ -90,7 +90,7 @@ TEST_F(HidlE2eSession, FramesArriveAsWrittenAndBuffersAreImportedOnceFreedOnce) 
 
         // Meta items: text kept, rotation always "180", unknown types dropped.
         ASSERT_EQ(std::optional<OptResult>(OptResult::SUCCESS),
-                  framework.SendMetaRequest(E2eCaller::DATA_SESSION_ID, 9, {{1, "hello"}, {2, "90"}, {7, "x"}}));
+                  framework.SendMetaRequest(FakeVideoService::DATA_SESSION_ID, 9, {{1, "hello"}, {2, "90"}, {7, "x"}}));
         std::vector<android::VirCameraMetaInfo> metas = caller->Metas();
         ASSERT_EQ(2u, metas.size());
         EXPECT_EQ(1, metas[0].type);
@@ -100,27 +100,27 @@ TEST_F(HidlE2eSession, FramesArriveAsWrittenAndBuffersAreImportedOnceFreedOnce) 
 
         // Unregistering frees every import; the buffers then come again with handles.
         ASSERT_EQ(std::optional<OptResult>(OptResult::SUCCESS),
-                  framework.UnregisterAllBuffers(E2eCaller::DATA_SESSION_ID));
+                  framework.UnregisterAllBuffers(FakeVideoService::DATA_SESSION_ID));
         EXPECT_EQ(6u, caller->UnregisteredBuffers().size());
         EXPECT_EQ(0u, hostkit::mapper::LiveImports());
         for (uint32_t frame = 6; frame < 8; ++frame) {
-            ASSERT_TRUE(framework.SendImageRequest(E2eCaller::DATA_SESSION_ID, frame).has_value());
+            ASSERT_TRUE(framework.SendImageRequest(FakeVideoService::DATA_SESSION_ID, frame).has_value());
         }
         ASSERT_TRUE(framework.WaitForReturnedFrames(16, 5s));
         ExpectFramesMatchPattern(framework.ReturnedFrames());
         EXPECT_EQ(4u, hostkit::mapper::LiveImports());
 
         // Flush drops the cache (nothing is locked any more).
-        ASSERT_EQ(std::optional<OptResult>(OptResult::SUCCESS), framework.Flush(E2eCaller::DATA_SESSION_ID));
+        ASSERT_EQ(std::optional<OptResult>(OptResult::SUCCESS), framework.Flush(FakeVideoService::DATA_SESSION_ID));
         EXPECT_EQ(1u, caller->Flushes());
         EXPECT_EQ(0u, hostkit::mapper::LiveImports());
-        ASSERT_TRUE(framework.SendImageRequest(E2eCaller::DATA_SESSION_ID, 8).has_value());
+        ASSERT_TRUE(framework.SendImageRequest(FakeVideoService::DATA_SESSION_ID, 8).has_value());
         EXPECT_EQ(2u, hostkit::mapper::LiveImports());
         ASSERT_TRUE(framework.WaitForReturnedFrames(18, 5s));
 
-        EXPECT_EQ(std::optional<OptResult>(OptResult::SUCCESS), framework.CloseDataSession(E2eCaller::DATA_SESSION_ID));
+        EXPECT_EQ(std::optional<OptResult>(OptResult::SUCCESS), framework.CloseDataSession(FakeVideoService::DATA_SESSION_ID));
         EXPECT_EQ(std::optional<OptResult>(OptResult::SUCCESS),
-                  framework.CloseControlSession(E2eCaller::CONTROL_SESSION_ID));
+                  framework.CloseControlSession(FakeVideoService::CONTROL_SESSION_ID));
         EXPECT_EQ(0, wrapper->UnRegisterCallback(DEVICE, SERVICE));
         EXPECT_EQ(1u, mRegisterChannel->ChannelUnregistrations().size());
         // The connection (and with it the channel callback) goes with the unregistration.
@@ -137,7 +137,7 @@ TEST_F(HidlE2eSession, DeletingTheWrapperReleasesCachedBuffers) {
     const int id = UniqueId(DEVICE, SERVICE);
     {
         android::IVirCameraWrapper* wrapper = NewWrapper();
-        auto caller = std::make_shared<E2eCaller>(wrapper, id);
+        auto caller = std::make_shared<FakeVideoService>(wrapper, id);
         SimHidlFramework framework(mStreamChannel, 2);
         ASSERT_EQ(0, wrapper->RegisterCallback(DEVICE, SERVICE, android::IVirCameraWrapper::MODE_STREAM_CHANGE,
                                                caller));
@@ -148,48 +148,13 @@ TEST_F(HidlE2eSession, DeletingTheWrapperReleasesCachedBuffers) {
         }
         ASSERT_TRUE(framework.WaitForReturnedFrames(4, 5s));
         for (const vircamsim::ReturnedFrame& frame : framework.ReturnedFrames()) {
-            EXPECT_TRUE(frame.bytes == E2eCaller::Pattern(frame.frameNumber, 5, 320 * 240 * 3 / 2));
+            EXPECT_TRUE(frame.bytes == FakeVideoService::Pattern(frame.frameNumber, 5, frame.bufferId, 320 * 240 * 3 / 2));
         }
         EXPECT_EQ(2u, hostkit::mapper::LiveImports());
         EXPECT_EQ(0, wrapper->UnRegisterCallback(DEVICE, SERVICE));
         DeleteWrappers();
         EXPECT_EQ(0u, hostkit::mapper::LiveImports());
     }
-    EXPECT_EQ(fdsBefore, OpenFds());
-}
-
-// An Android 14 device with only the stable-C mapper 5: every frame still reaches the HAL as
-// written, release fences are closed, imports freed.
-TEST_F(HidlE2eSession, OnlyMapper5StreamsEveryFrame) {
-    ASSERT_TRUE(hostkit::mapper::Offer({5}));
-    hostkit::mapper::SetReleaseFenceMode(hostkit::mapper::FenceMode::ONE_FD);
-    const auto fdsBefore = OpenFds();
-    const int id = UniqueId(DEVICE, SERVICE);
-    {
-        android::IVirCameraWrapper* wrapper = NewWrapper();
-        auto caller = std::make_shared<E2eCaller>(wrapper, id);
-        SimHidlFramework framework(mStreamChannel, 2);
-        ASSERT_EQ(0, wrapper->RegisterCallback(DEVICE, SERVICE, android::IVirCameraWrapper::MODE_STREAM_CHANGE,
-                                               caller));
-        ASSERT_TRUE(framework.OpenControlSession(DEVICE, SERVICE).has_value());
-        ASSERT_TRUE(framework.ConfigureStreams(1, {{5, 320, 240, 17}}).has_value());
-        for (uint32_t frame = 0; frame < 6; ++frame) {
-            ASSERT_TRUE(framework.SendImageRequest(1, frame).has_value());
-        }
-        ASSERT_TRUE(framework.WaitForReturnedFrames(6, 5s));
-        EXPECT_EQ(0u, caller->Failures());
-        ASSERT_EQ(6u, framework.ReturnedFrames().size());
-        for (const vircamsim::ReturnedFrame& frame : framework.ReturnedFrames()) {
-            ASSERT_TRUE(frame.readBackOk);
-            EXPECT_TRUE(frame.bytes == E2eCaller::Pattern(frame.frameNumber, 5, 320 * 240 * 3 / 2));
-        }
-        HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_INFO, "VIRCAMERA_HIDL_WRAPPERCB", "init mapper use V5");
-        EXPECT_EQ(2u, hostkit::mapper::LiveImports());
-        EXPECT_EQ(0, wrapper->UnRegisterCallback(DEVICE, SERVICE));
-        DeleteWrappers();
-        EXPECT_EQ(0u, hostkit::mapper::LiveImports());
-    }
-    EXPECT_TRUE(hostkit::mapper::MappedRegions().empty());
     EXPECT_EQ(fdsBefore, OpenFds());
 }
 
@@ -198,15 +163,15 @@ TEST_F(HidlE2eSession, OnlyMapper5StreamsEveryFrame) {
 TEST_F(HidlE2eSession, AFrameLeavesItsTraceSections) {
     const int id = UniqueId(DEVICE, SERVICE);
     android::IVirCameraWrapper* wrapper = NewWrapper();
-    auto caller = std::make_shared<E2eCaller>(wrapper, id);
+    auto caller = std::make_shared<FakeVideoService>(wrapper, id);
     SimHidlFramework framework(mRegisterChannel, 2);
     ASSERT_EQ(0, wrapper->RegisterCallback(DEVICE, SERVICE, android::IVirCameraWrapper::MODE_REGISTER, caller));
     ASSERT_TRUE(framework.OpenControlSession(DEVICE, SERVICE).has_value());
-    ASSERT_TRUE(framework.ConfigureStreams(E2eCaller::CONTROL_SESSION_ID, {{5, 64, 48, 17}}).has_value());
+    ASSERT_TRUE(framework.ConfigureStreams(FakeVideoService::CONTROL_SESSION_ID, {{5, 64, 48, 17}}).has_value());
     ASSERT_TRUE(framework.OpenDataSession(DEVICE, SERVICE).has_value());
 
     hostkit::trace::Start(ATRACE_TAG_CAMERA);
-    ASSERT_TRUE(framework.SendImageRequest(E2eCaller::DATA_SESSION_ID, 0).has_value());
+    ASSERT_TRUE(framework.SendImageRequest(FakeVideoService::DATA_SESSION_ID, 0).has_value());
     ASSERT_TRUE(framework.WaitForReturnedFrames(1, 5s));
     hostkit::trace::Stop();
     EXPECT_EQ((std::vector<std::string>{"HIDL processImageRequest", "HIDL lockVideoBuffer", "HIDL unlockVideoBuffer",
@@ -214,11 +179,11 @@ TEST_F(HidlE2eSession, AFrameLeavesItsTraceSections) {
               BeganSections(hostkit::trace::Events()));
 
     // With no capture running, the frame path writes nothing.
-    ASSERT_TRUE(framework.SendImageRequest(E2eCaller::DATA_SESSION_ID, 1).has_value());
+    ASSERT_TRUE(framework.SendImageRequest(FakeVideoService::DATA_SESSION_ID, 1).has_value());
     ASSERT_TRUE(framework.WaitForReturnedFrames(2, 5s));
     EXPECT_EQ(4u, BeganSections(hostkit::trace::Events()).size());
 
-    EXPECT_TRUE(framework.CloseDataSession(E2eCaller::DATA_SESSION_ID).has_value());
+    EXPECT_TRUE(framework.CloseDataSession(FakeVideoService::DATA_SESSION_ID).has_value());
     EXPECT_EQ(0, wrapper->UnRegisterCallback(DEVICE, SERVICE));
     DeleteWrappers();
 }

@@ -16,6 +16,8 @@ ROOT = sys.argv[1]
 # Device-only stand-ins for host kit controls, with what they replace on the host.
 DEVICE_ONLY = {"tests/fuzz/support/DeviceFuzzLogs.cpp": "tests/fuzz/support/HostFuzzLogs.cpp",
                "tests/fuzz/support/DeviceJsonOracle.cpp": "tests/fuzz/support/HostJsonOracle.cpp"}
+# Where test sources live: the library's tests and the host kit's own.
+TEST_ROOTS = ("tests/", "host/tests/")
 failures = []
 
 
@@ -75,7 +77,7 @@ def reaches_host_only(path, seen=None):
             return True
         for folder in (os.path.dirname(path), "tests/support", "tests/fuzz", "."):
             candidate = os.path.normpath(os.path.join(folder, name))
-            if candidate.startswith("tests/") and os.path.exists(os.path.join(ROOT, candidate)):
+            if candidate.startswith(TEST_ROOTS) and os.path.exists(os.path.join(ROOT, candidate)):
                 if reaches_host_only(candidate, seen):
                     return True
                 break
@@ -107,11 +109,12 @@ for kind, name, srcs in modules:
                 failures.append("%s lists %s, which needs the host kit's controls or the simulated HAL" % (
                     name, source))
 
-for folder, _, files in os.walk(os.path.join(ROOT, "tests")):
-    for file in files:
-        source = os.path.relpath(os.path.join(folder, file), ROOT)
-        if file.endswith("Test.cpp") and source not in device_tests and not reaches_host_only(source):
-            failures.append("%s needs only the platform but no cc_test of Android.bp lists it" % source)
+for root in TEST_ROOTS:
+    for folder, _, files in os.walk(os.path.join(ROOT, root)):
+        for file in files:
+            source = os.path.relpath(os.path.join(folder, file), ROOT)
+            if file.endswith("Test.cpp") and source not in device_tests and not reaches_host_only(source):
+                failures.append("%s needs only the platform but no cc_test of Android.bp lists it" % source)
 
 if failures:
     print("\n".join(failures))

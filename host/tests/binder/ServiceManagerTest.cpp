@@ -107,7 +107,10 @@ TEST_F(KitBinderServiceManager, FailNextTransactionsCountsDown) {
     ASSERT_NE(nullptr, channel);
     hostkit::binder::FailNextTransactions(kRegister, 2, STATUS_TIMED_OUT);
     StatusResult result;
-    EXPECT_EQ(STATUS_TIMED_OUT, channel->doCmdRequest(1, "a", &result).getStatus());
+    // A failed transaction is a transport error carrying the status, not a service answer.
+    const ndk::ScopedAStatus failed = channel->doCmdRequest(1, "a", &result);
+    EXPECT_EQ(EX_TRANSACTION_FAILED, failed.getExceptionCode());
+    EXPECT_EQ(STATUS_TIMED_OUT, failed.getStatus());
     EXPECT_EQ(STATUS_TIMED_OUT, channel->doCmdRequest(1, "a", &result).getStatus());
     EXPECT_TRUE(channel->doCmdRequest(1, "a", &result).isOk());
     EXPECT_EQ(3u, hostkit::binder::TransactionCount(kRegister));
