@@ -85,7 +85,7 @@ std::optional<uint32_t> Feed(Wrapper& wrapper, const std::shared_ptr<Service>& s
     }
     // A HAL that dies and restarts has forgotten the feed: register again once it is back.
     auto registerAfterDeath = [&] {
-        if (!service->WaitForServiceDied(std::chrono::milliseconds(0))) {
+        if (!service->TakeServiceDied()) {
             return;
         }
         fprintf(stderr, "vircam-feed: the HAL died; registering again\n");
@@ -124,7 +124,7 @@ std::optional<uint32_t> RunFeed(const FeedOptions& options, bool aidl, LibraryLo
         if (wrapper == nullptr) {
             return std::nullopt;
         }
-        auto service = std::make_shared<AidlVideoService>(*wrapper, uniqueID, report, source, &pacer);
+        auto service = std::make_shared<AidlVideoService>(*wrapper, uniqueID, report, source, pacer);
         return Feed(*wrapper, service, true, options, report, hooks);
     }
     android::IVirCameraWrapper* raw = nullptr;
@@ -133,7 +133,7 @@ std::optional<uint32_t> RunFeed(const FeedOptions& options, bool aidl, LibraryLo
     if (wrapper == nullptr) {
         return std::nullopt;
     }
-    auto service = std::make_shared<HidlVideoService>(*wrapper, uniqueID, report, source, &pacer);
+    auto service = std::make_shared<HidlVideoService>(*wrapper, uniqueID, report, source, pacer);
     return Feed(*wrapper, service, false, options, report, hooks);
 }
 
