@@ -1,9 +1,10 @@
 // vircam-feed's device run against the simulated HIDL HAL: it registers, delivers the frames
 // the HAL asks for, registers again after the HAL died and came back, stops at --frames and
-// unregisters. The run is on its own thread; a failing test stops it with SIGTERM rather than
-// hang.
+// unregisters, announcing each complete registration. The run is on its own thread; a failing
+// test stops it with SIGTERM rather than hang.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <future>
@@ -59,7 +60,10 @@ TEST(FeedRunTest, FeedsUntilFramesAndRegistersAgainAfterTheHalDied) {
         options.fps = 240;
         auto pattern = MakePatternSource();
         FeedReport report;
-        auto run = std::async(std::launch::async, [&] { return RunFeed(options, false, library, *pattern, report); });
+        std::atomic<int> registrations{0};
+        auto run = std::async(std::launch::async, [&] {
+            return RunFeed(options, false, library, *pattern, report, {[&] { ++registrations; }, {}});
+        });
         // Whatever ends this scope, a run still going gets SIGTERM, as Ctrl-C stops it on a phone.
         struct StopOnExit {
             std::future<std::optional<uint32_t>>& run;
@@ -89,6 +93,7 @@ TEST(FeedRunTest, FeedsUntilFramesAndRegistersAgainAfterTheHalDied) {
 
         ASSERT_EQ(std::future_status::ready, run.wait_for(10s)) << "the feed did not stop after its frames";
         EXPECT_EQ(std::optional<uint32_t>(4), run.get());
+        EXPECT_EQ(2, registrations.load()) << "each complete registration is announced";
         EXPECT_EQ(1u, channel->ChannelUnregistrations().size());
         EXPECT_TRUE(framework.WaitForReturnedFrames(4, 5s));
         framework.FreeBuffers();

@@ -81,7 +81,8 @@ std::string DemoUsage() {
                        "vircam-feed's video service with a simulated virtual camera HAL in the same process.\n"
                        "  --size WxH           frame size, even numbers (default 1920x1080)\n"
                        "  --out DIR            output folder (default out/demo)\n"
-                       "  --kill-hal-after N   kill the HAL after N frames, then re-register and go on\n"
+                       "  --kill-hal-after N   kill the HAL after N frames and restart it; the feed registers\n"
+                       "                       again and the camera streams the rest\n"
                        "  --mappers LIST       graphics mappers the device offers: versions from 2, 3, 4, 5\n"
                        "                       separated by commas, or none (default 4)\n") +
            vircamfeed::FeedOptionsUsage();

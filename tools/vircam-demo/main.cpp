@@ -1,5 +1,6 @@
-// vircam-demo: a small video service on libvircamerawrapper, with the simulated virtual
-// camera HAL in the same process. It streams a test pattern and writes what the HAL got.
+// vircam-demo: vircam-feed's run with the simulated virtual camera HAL in the same process.
+// The feed does everything the video service does; the demo adds the simulated device and a
+// camera app that streams from it, then writes what the HAL got.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,13 +12,16 @@
 #include <hostkit/HidlServices.h>
 #include <hostkit/Mapper.h>
 
-#include "AidlDemoRun.h"
+#include <thread>
+
+#include "CameraApp.h"
 #include "DemoOptions.h"
 #include "FeedReport.h"
-#include "FrameWriters.h"
-#include "HidlDemoRun.h"
-#include "LibraryLoader.h"
+#include "FeedRun.h"
 #include "FrameSource.h"
+#include "FrameWriters.h"
+#include "LibraryLoader.h"
+#include "SimulatedDevice.h"
 
 namespace {
 
@@ -69,13 +73,13 @@ bool WriteOutputs(const DemoOptions& options, const ReceivedFrames& frames) {
     return true;
 }
 
-// The simulated device's manifest declares the AIDL channel instances.
 // What the frames actually went through: the version of the mapper that imported last.
 std::string MapperUsed() {
     const int version = hostkit::mapper::LastImportVersion();
     return version != 0 ? "V" + std::to_string(version) : "none";
 }
 
+// The simulated device's manifest declares the AIDL channel instances.
 void DeclareAidlHal() {
     const std::string descriptor = "vendor.zuvek.hardware.camera.vircamera.IVirCameraChannel";
     hostkit::binder::Declare(descriptor + "/virtualcamera.register");
@@ -121,15 +125,28 @@ int main(int argc, char** argv) {
     const bool aidl = options->transport == Transport::AUTO ? version == 2 : aidlDevice;
     printf("vircam-demo: GetVersion() = %d, streaming %u frames of %ux%u NV21 at %u fps over %s\n", version,
            options->frames, options->width, options->height, options->fps, aidl ? "AIDL" : "HIDL");
+    std::unique_ptr<SimulatedDevice> device = aidl ? StartAidlDevice() : StartHidlDevice();
+    if (device == nullptr) {
+        fprintf(stderr, "vircam-demo: could not start the simulated HAL\n");
+        return 1;
+    }
+    FeedProgress progress;
+    uint32_t requested = 0;
+    std::thread cameraApp([&] { requested = RunCameraApp(*device, progress, *options); });
     vircamfeed::FeedReport report;
-    RunResult run = aidl ? RunAidl(*options, library, *source, report)
-                         : RunHidl(*options, library, *source, report);
-    if (!run.ok) {
+    const std::optional<uint32_t> delivered =
+        vircamfeed::RunFeed(*options, aidl, library, *source, report,
+                            {[&] { progress.Registered(); }, [&] { progress.WaitForCameraClosed(STEP_TIMEOUT); }});
+    progress.Ended();
+    cameraApp.join();
+    const ReceivedFrames frames = device->Frames();
+    device.reset();
+    if (!delivered) {
         fprintf(stderr, "vircam-demo: the run failed\n");
         return 1;
     }
-    report.Print(run.requested, static_cast<uint32_t>(run.frames.size()), aidl ? "AIDL" : "HIDL", MapperUsed());
-    const bool written = WriteOutputs(*options, run.frames);
+    report.Print(requested, static_cast<uint32_t>(frames.size()), aidl ? "AIDL" : "HIDL", MapperUsed());
+    const bool written = WriteOutputs(*options, frames);
     // The simulated device shuts down: its service threads end before the process does.
     hostkit::binder::Reset();
     hostkit::hidl::Reset();

@@ -63,7 +63,6 @@ android::CallbackResult AidlVideoService::OnCommand(int32_t cmd, const std::stri
             fprintf(stderr, "vircam-feed: the HAL channel service died (registration %s)\n", data.c_str());
             std::lock_guard<std::mutex> lock(mMutex);
             mServiceDied = true;
-            mDied.notify_all();
             break;
         }
         default:
@@ -117,9 +116,7 @@ bool AidlVideoService::FillBuffer(const std::string& itemJson) {
     if (!filled) {
         return false;
     }
-    if (mPacer != nullptr) {
-        mPacer->Wait();
-    }
+    mPacer.Wait();
     if (mWrapper.SendRequest(CMD_IMAGE_DONE, mUniqueId, itemJson).result != 0) {
         return false;
     }
@@ -128,9 +125,9 @@ bool AidlVideoService::FillBuffer(const std::string& itemJson) {
     return true;
 }
 
-bool AidlVideoService::WaitForServiceDied(std::chrono::milliseconds timeout) {
-    std::unique_lock<std::mutex> lock(mMutex);
-    bool died = mDied.wait_for(lock, timeout, [this] { return mServiceDied; });
+bool AidlVideoService::TakeServiceDied() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    const bool died = mServiceDied;
     mServiceDied = false;
     return died;
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <map>
 #include <mutex>
 
@@ -21,14 +20,15 @@ public:
     static constexpr int CMD_IMAGE_DONE = 20003;
 
     AidlVideoService(android::IVirCameraWrapperV2& wrapper, int uniqueID, FeedReport& report,
-                      FrameSource& source, FramePacer* pacer = nullptr)
+                      FrameSource& source, FramePacer& pacer)
         : mWrapper(wrapper), mUniqueId(uniqueID), mReport(report), mSource(source), mPacer(pacer) {}
 
     android::CallbackResult OnCommand(int32_t cmd, const std::string& data) override;
     android::CallbackResult OnCommandWithData(int32_t cmd, const std::string& data,
                                               std::vector<android::CommonData>& items) override;
 
-    bool WaitForServiceDied(std::chrono::milliseconds timeout);
+    // True once for each death notice of the HAL.
+    bool TakeServiceDied();
     uint32_t FramesFilled() const { return mFilled.load(); }
 
 private:
@@ -42,11 +42,10 @@ private:
     const int mUniqueId;
     FeedReport& mReport;
     FrameSource& mSource;
-    FramePacer* const mPacer;  // null: deliver as fast as the HAL asks
+    FramePacer& mPacer;
     std::atomic<uint32_t> mNextSession{1};
     std::atomic<uint32_t> mFilled{0};
     std::mutex mMutex;
-    std::condition_variable mDied;
     bool mServiceDied = false;
     std::map<int32_t, Size> mStreams;  // guarded by mMutex
 };

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <csignal>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <thread>
@@ -21,7 +22,7 @@ namespace {
 std::atomic<bool> gStopRequested{false};
 
 void RequestStop(int) {
-    gStopRequested = true;
+    StopFeed();
 }
 
 // Waits until `filled()` reaches `total` or a signal asks to stop, with progress on stderr
@@ -56,7 +57,7 @@ void WaitForFrames(Filled filled, uint32_t total, FeedReport& report, Poll poll)
 
 template <class Wrapper, class Service>
 std::optional<uint32_t> Feed(Wrapper& wrapper, const std::shared_ptr<Service>& service, bool aidl,
-                             const FeedOptions& options, FeedReport& report) {
+                             const FeedOptions& options, FeedReport& report, const FeedHooks& hooks) {
     const int uniqueID = UniqueId(FEED_DEVICE, FEED_SERVICE);
     auto registerAll = [&] {
         int ret = wrapper.RegisterCallback(FEED_DEVICE, FEED_SERVICE, android::IVirCameraWrapper::MODE_REGISTER,
@@ -68,17 +69,23 @@ std::optional<uint32_t> Feed(Wrapper& wrapper, const std::shared_ptr<Service>& s
                                            service);
             PrintStep("RegisterCallback (stream-change instance)", ret);
         }
-        if (ret == 0 && options.registerCamera) {
+        if (ret != 0) {
+            return false;
+        }
+        if (options.registerCamera) {
             RegisterVirtualCamera(wrapper, uniqueID, options);
         }
-        return ret == 0;
+        if (hooks.registered) {
+            hooks.registered();
+        }
+        return true;
     };
     if (!registerAll()) {
         return std::nullopt;
     }
     // A HAL that dies and restarts has forgotten the feed: register again once it is back.
     auto registerAfterDeath = [&] {
-        if (!service->WaitForServiceDied(std::chrono::milliseconds(0))) {
+        if (!service->TakeServiceDied()) {
             return;
         }
         fprintf(stderr, "vircam-feed: the HAL died; registering again\n");
@@ -88,6 +95,9 @@ std::optional<uint32_t> Feed(Wrapper& wrapper, const std::shared_ptr<Service>& s
     };
     fprintf(stderr, "vircam-feed: waiting for the camera to ask for frames (Ctrl-C stops)\n");
     WaitForFrames([&] { return service->FramesFilled(); }, options.frames, report, registerAfterDeath);
+    if (hooks.framesDone) {
+        hooks.framesDone();
+    }
     if (options.registerCamera) {
         UnregisterVirtualCamera(wrapper, uniqueID);
     }
@@ -97,8 +107,12 @@ std::optional<uint32_t> Feed(Wrapper& wrapper, const std::shared_ptr<Service>& s
 
 }  // namespace
 
+void StopFeed() {
+    gStopRequested = true;
+}
+
 std::optional<uint32_t> RunFeed(const FeedOptions& options, bool aidl, LibraryLoader& library, FrameSource& source,
-                                FeedReport& report) {
+                                FeedReport& report, const FeedHooks& hooks) {
     signal(SIGINT, RequestStop);
     signal(SIGTERM, RequestStop);
     const int uniqueID = UniqueId(FEED_DEVICE, FEED_SERVICE);
@@ -110,8 +124,8 @@ std::optional<uint32_t> RunFeed(const FeedOptions& options, bool aidl, LibraryLo
         if (wrapper == nullptr) {
             return std::nullopt;
         }
-        auto service = std::make_shared<AidlVideoService>(*wrapper, uniqueID, report, source, &pacer);
-        return Feed(*wrapper, service, true, options, report);
+        auto service = std::make_shared<AidlVideoService>(*wrapper, uniqueID, report, source, pacer);
+        return Feed(*wrapper, service, true, options, report, hooks);
     }
     android::IVirCameraWrapper* raw = nullptr;
     library.createWrapper(&raw);
@@ -119,8 +133,8 @@ std::optional<uint32_t> RunFeed(const FeedOptions& options, bool aidl, LibraryLo
     if (wrapper == nullptr) {
         return std::nullopt;
     }
-    auto service = std::make_shared<HidlVideoService>(*wrapper, uniqueID, report, source, &pacer);
-    return Feed(*wrapper, service, false, options, report);
+    auto service = std::make_shared<HidlVideoService>(*wrapper, uniqueID, report, source, pacer);
+    return Feed(*wrapper, service, false, options, report, hooks);
 }
 
 }  // namespace vircamfeed

@@ -1,11 +1,7 @@
 #pragma once
 
-#include <unistd.h>
-
-#include <chrono>
 #include <cstdio>
 #include <string>
-#include <thread>
 
 #include "FeedOptions.h"
 #include "IVirCameraWrapper.h"
@@ -17,26 +13,6 @@ constexpr const char* FEED_SERVICE = "vircam-feed";
 
 inline void PrintStep(const char* step, long answer) {
     fprintf(stdout, "  %-44s -> %ld\n", step, answer);
-}
-
-// A progress line on stderr while `filled()` climbs to `total`, when stderr is a terminal.
-// Gives up once nothing moved for two seconds (dropped frames never arrive).
-template <class Filled>
-void ShowProgress(Filled filled, uint32_t total) {
-    if (!isatty(STDERR_FILENO)) {
-        return;
-    }
-    uint32_t done = filled();
-    auto lastMove = std::chrono::steady_clock::now();
-    while (done < total && std::chrono::steady_clock::now() - lastMove < std::chrono::seconds(2)) {
-        fprintf(stderr, "\r  frames %u/%u", done, total);
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        if (uint32_t now = filled(); now != done) {
-            done = now;
-            lastMove = std::chrono::steady_clock::now();
-        }
-    }
-    fprintf(stderr, "\r  frames %u/%u\n", done, total);
 }
 
 // The virtual camera commands of SendRequest, for --register: checks the service,

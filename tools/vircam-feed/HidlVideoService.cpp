@@ -66,9 +66,7 @@ int32_t HidlVideoService::OnProcessImageRequest(uint32_t, std::vector<android::V
         if (!filled) {
             continue;
         }
-        if (mPacer != nullptr) {
-            mPacer->Wait();
-        }
+        mPacer.Wait();
         android::VirCameraImageResult result;
         result.frameNumber = buffer.frameNumber;
         result.bufferId = buffer.bufferId;
@@ -95,7 +93,6 @@ int32_t HidlVideoService::OnServiceDied() {
     fprintf(stderr, "vircam-feed: the HAL channel service died\n");
     std::lock_guard<std::mutex> lock(mMutex);
     mServiceDied = true;
-    mDied.notify_all();
     return 0;
 }
 
@@ -103,9 +100,9 @@ int32_t HidlVideoService::OnProcessMetaRequest(uint32_t, uint32_t, std::vector<a
     return 0;
 }
 
-bool HidlVideoService::WaitForServiceDied(std::chrono::milliseconds timeout) {
-    std::unique_lock<std::mutex> lock(mMutex);
-    bool died = mDied.wait_for(lock, timeout, [this] { return mServiceDied; });
+bool HidlVideoService::TakeServiceDied() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    const bool died = mServiceDied;
     mServiceDied = false;
     return died;
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <map>
 #include <mutex>
 
@@ -18,7 +17,7 @@ namespace vircamfeed {
 class HidlVideoService final : public android::IVirCameraWrapperCallback {
 public:
     HidlVideoService(android::IVirCameraWrapper& wrapper, int uniqueID, FeedReport& report,
-                      FrameSource& source, FramePacer* pacer = nullptr)
+                      FrameSource& source, FramePacer& pacer)
         : mWrapper(wrapper), mUniqueId(uniqueID), mReport(report), mSource(source), mPacer(pacer) {}
 
     int32_t OnOpenControlSession(const std::string& device, const std::string& service, uint32_t& sessionId) override;
@@ -34,8 +33,8 @@ public:
     int32_t OnProcessMetaRequest(uint32_t sessionId, uint32_t number,
                                  std::vector<android::VirCameraMetaInfo>& metas) override;
 
-    // Waits up to `timeout` for the HAL's death notice; true when it came.
-    bool WaitForServiceDied(std::chrono::milliseconds timeout);
+    // True once for each death notice of the HAL.
+    bool TakeServiceDied();
     uint32_t FramesFilled() const { return mFilled.load(); }
 
 private:
@@ -43,11 +42,10 @@ private:
     const int mUniqueId;
     FeedReport& mReport;
     FrameSource& mSource;
-    FramePacer* const mPacer;  // null: deliver as fast as the HAL asks
+    FramePacer& mPacer;
     std::atomic<uint32_t> mNextSession{1};
     std::atomic<uint32_t> mFilled{0};
     std::mutex mMutex;
-    std::condition_variable mDied;
     bool mServiceDied = false;
     std::map<int32_t, android::VirCameraStream> mStreams;  // guarded by mMutex
 };
