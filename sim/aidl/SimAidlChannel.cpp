@@ -160,6 +160,12 @@ std::vector<SimCallerRequest> SimAidlChannel::CallerRequests() const {
     return mCallerRequests;
 }
 
+std::vector<SimCallerRequest> SimAidlChannel::CallerRequestsSince(size_t first) const {
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (first >= mCallerRequests.size()) return {};
+    return {mCallerRequests.begin() + static_cast<std::ptrdiff_t>(first), mCallerRequests.end()};
+}
+
 bool SimAidlChannel::WaitForCallerRequests(size_t n, std::chrono::milliseconds timeout) const {
     std::unique_lock<std::mutex> lock(mMutex);
     return mChanged.wait_for(lock, timeout, [&] { return mCallerRequests.size() >= n; });

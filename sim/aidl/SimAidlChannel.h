@@ -89,6 +89,8 @@ public:
     std::vector<std::string> SwitchRequests(bool on) const;
     // Answers of the switch reports sent to the callback (StatusResult.status), in order.
     std::vector<int32_t> ReportAnswers() const;
+    // The recorded requests from index `first` on (the earlier ones are not copied).
+    std::vector<SimCallerRequest> CallerRequestsSince(size_t first) const;
     std::vector<SimCallerRequest> CallerRequests() const;
     // Waits up to `timeout` for at least n caller requests / n report answers.
     bool WaitForCallerRequests(size_t n, std::chrono::milliseconds timeout) const;
