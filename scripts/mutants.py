@@ -6,7 +6,8 @@ Format: entries separated by blank lines; '#' lines are comments. Each entry:
     id: unique-name
     file: path/from/the/repository/root.cpp
     tests: ctest regex run first (optional; the rest of the suite runs only if it passes)
-    reason: one line saying what the mutant breaks, or why it is kept though equivalent
+    reason: one line saying what the mutant breaks; "equivalent: why" marks one that no test
+            can tell from the original (listed, never run)
     - original line (exact text after "- "; several "-" lines form one block)
     + replacement line (same; no "+" line deletes the original)
 
@@ -102,7 +103,10 @@ def main(argv):
             return 2
         # One tab-separated line per selected mutant: id, file, status, tests, reason.
         for m in selected(mutants, only, prefixes):
-            print("\t".join((m["id"], m["file"], applicability(m), m["tests"], m["reason"])))
+            status = applicability(m)
+            if status == "ok" and m["reason"].lower().startswith("equivalent"):
+                status = "equivalent"  # kept to show it was considered; never run
+            print("\t".join((m["id"], m["file"], status, m["tests"], m["reason"])))
         return 0
     if command == "apply" and len(args) == 1:
         m = next((m for m in mutants if m["id"] == args[0]), None)

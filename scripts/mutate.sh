@@ -7,7 +7,8 @@
 #   --list        list the selected mutants and whether each still applies, run nothing
 #   --quick       run only each mutant's own tests (its "tests:" regex), not the rest
 #   --timeout S   limit for one mutant's test run (default 900); running out counts as killed
-# A mutant that does not compile is reported apart and not counted. The library folders must
+# A mutant with which the library does not compile is reported apart and not counted; one
+# that a test program's compile-time check refuses is killed. The library folders must
 # be clean: each mutated file is restored with git checkout, also on errors and Ctrl-C.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -26,7 +27,7 @@ while [ $# -gt 0 ]; do
     --quick) quick=true ;;
     --only) only=(--only "$2"); shift ;;
     --timeout) run_timeout=$2; shift ;;
-    -h|--help) sed -n '2,11s/^# \{0,1\}//p' "$0"; exit 0 ;;
+    -h|--help) sed -n '2,12s/^# \{0,1\}//p' "$0"; exit 0 ;;
     -*) echo "unknown option $1" >&2; exit 2 ;;
     *) prefixes+=("$1") ;;
   esac
@@ -70,15 +71,27 @@ trap 'restore; echo "interrupted" >&2; exit 130' INT TERM
 
 logs="$build/mutants"
 mkdir -p "$logs"
+# The programs a set of tests runs (as ninja targets): a mutant killed by its own tests then
+# costs only their relinks, not the whole tree's.
+programs_of() {  # programs_of CTEST-ARGS...
+  (cd "$build" && ctest -N -V "$@") | sed -n 's/^.*Test command: //p' | tr ' ' '\n' |
+    while read -r word; do
+      case "$word" in "$PWD/$build"/*) [ -f "$word" ] && [ -x "$word" ] && echo "${word#"$PWD/$build/"}" ;; esac
+    done | sort -u
+}
 run_tests() {  # run_tests LOG CTEST-ARGS...: 0 when every selected test passes
   local log=$1; shift
   (cd "$build" && timeout "$run_timeout" ctest --stop-on-failure -j2 --timeout 300 "$@") >>"$log" 2>&1
 }
 
 killed=0; survived=0; broken=0; skipped=0
-survivors=(); not_compiled=(); not_applied=()
+survivors=(); not_compiled=(); not_applied=(); equivalent=()
 start=$SECONDS
 while IFS=$'\t' read -r -u 3 id file status tests reason; do
+  if [ "$status" = equivalent ]; then
+    equivalent+=("$id  $file  -- $reason")
+    continue
+  fi
   if [ "$status" != ok ]; then
     printf '%-28s %s\n' "$id" "$status"
     not_applied+=("$id  $file  ($status)"); skipped=$((skipped + 1))
@@ -90,15 +103,28 @@ while IFS=$'\t' read -r -u 3 id file status tests reason; do
   python3 scripts/mutants.py "$list_file" apply "$id"
   git diff -- "$file" >>"$log"
   began=$SECONDS
-  if ! cmake --build "$build" -j2 >>"$log" 2>&1; then
+  if [ -n "$tests" ]; then
+    mapfile -t targets < <(programs_of -R "$tests")
+  else
+    targets=(all)
+  fi
+  # The library first (some programs load it at run time): failing there, the mutant itself
+  # does not compile; failing in a test program, a compile-time check caught it.
+  if ! cmake --build "$build" -j2 --target vircamerawrapper >>"$log" 2>&1; then
     verdict="not compiled"; broken=$((broken + 1)); not_compiled+=("$id  $file")
   else
     verdict=survived
-    if [ -n "$tests" ] && ! run_tests "$log" -R "$tests"; then
+    if ! cmake --build "$build" -j2 --target "${targets[@]}" >>"$log" 2>&1; then
+      verdict=killed
+    elif [ -n "$tests" ] && ! run_tests "$log" -R "$tests"; then
       verdict=killed
     elif ! $quick; then
       if [ -n "$tests" ]; then rest=(-E "$tests"); else rest=(); fi
-      run_tests "$log" "${rest[@]}" || verdict=killed
+      if ! cmake --build "$build" -j2 >>"$log" 2>&1; then
+        verdict=killed  # a compile-time check of another program caught it
+      elif ! run_tests "$log" "${rest[@]}"; then
+        verdict=killed
+      fi
     fi
     if [ "$verdict" = killed ]; then
       killed=$((killed + 1))
@@ -116,9 +142,10 @@ cmake --build "$build" -j2 >/dev/null || true
 counted=$((killed + survived))
 echo
 echo "killed $killed of $counted compiled mutants ($(( counted ? 100 * killed / counted : 0 ))%)$($quick && echo ', own tests only')," \
-     "$broken not compiled, $skipped not applied; $((SECONDS - start))s; logs in $logs"
+     "$broken not compiled, $skipped not applied, ${#equivalent[@]} marked equivalent; $((SECONDS - start))s; logs in $logs"
 print_list() { local title=$1; shift; [ $# -eq 0 ] || { echo "$title:"; printf '  %s\n' "$@"; }; }
 print_list "survivors" "${survivors[@]}"
 print_list "not compiled" "${not_compiled[@]}"
 print_list "not applied" "${not_applied[@]}"
+print_list "marked equivalent (not run)" "${equivalent[@]}"
 [ "$survived" -eq 0 ]
