@@ -88,7 +88,7 @@ TEST_F(HidlE2eRegistration, UnknownIdAnswersFailureEverywhere) {
 }
 
 TEST_F(HidlE2eRegistration, FactoryRefusesNullOutPointer) {
-    EXPECT_EQ(-1, CreateVirCameraWrapper(nullptr));
+    EXPECT_EQ(-1, android::CreateVirCameraWrapper(nullptr));
     HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_ERROR, WRAPPER_TAG, "CreateVirCameraWrapper: wrapper out-pointer is null");
 }
 

@@ -68,6 +68,7 @@ TEST_F(HidlE2eStress, CallsOverlapRepeatedRegistrations) {
             ++calls;
         }
     });
+    while (calls.load() == 0) std::this_thread::yield();  // the calls are under way
     int failedRegistrations = 0;
     for (int round = 0; round < 30; ++round) {
         if (wrapper->RegisterCallback(DEVICE, SERVICE, android::IVirCameraWrapper::MODE_REGISTER, caller) != 0) {
@@ -77,7 +78,6 @@ TEST_F(HidlE2eStress, CallsOverlapRepeatedRegistrations) {
     registering.store(false);
     notifier.join();
     EXPECT_EQ(0, failedRegistrations);
-    EXPECT_GT(calls.load(), 0);
     EXPECT_EQ(0, wrapper->Notify(id, "x"));
     EXPECT_EQ(0, wrapper->UnRegisterCallback(DEVICE, SERVICE));
     DeleteWrappers();
