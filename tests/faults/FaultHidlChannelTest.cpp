@@ -11,7 +11,6 @@
 
 #include "FaultHidlFixture.h"
 #include "LogLines.h"
-#include "wrapper/VirCameraDeathWatcher.h"
 
 namespace faults {
 namespace {
@@ -96,17 +95,6 @@ std::string CaseName(const ::testing::TestParamInfo<ForwardCase>& info) {
 INSTANTIATE_TEST_SUITE_P(Points, FaultHidlForward, ::testing::ValuesIn(ForwardCases()), CaseName);
 
 using FaultHidlRegistration = FaultHidlTest;
-
-// Linking the death watcher again first drops its earlier link: one death, one report.
-TEST_F(FaultHidlRegistration, DeathWatcherLinkedTwiceHoldsOneLink) {
-    const char* descriptor = "vendor.zuvek.hardware.camera.vircamera@1.0::IVirCameraChannel";
-    android::sp<android::VirCameraDeathWatcher> watcher = new android::VirCameraDeathWatcher({});
-    ASSERT_EQ(0, watcher->RegServiceLinkDeath(android::IVirCameraWrapper::MODE_REGISTER));
-    ASSERT_EQ(0, watcher->RegServiceLinkDeath(android::IVirCameraWrapper::MODE_REGISTER));
-    EXPECT_EQ(1u, hostkit::hidl::LinkCount(descriptor, vircamsim::REGISTER_INSTANCE));
-    watcher->UnregServiceLinkDeath();
-    EXPECT_EQ(0u, hostkit::hidl::LinkCount(descriptor, vircamsim::REGISTER_INSTANCE));
-}
 
 TEST_F(FaultHidlRegistration, LookupFindingNoServiceGivesUpWithMinusOne) {
     ASSERT_TRUE(mRegister->Kill());
