@@ -8,6 +8,8 @@
 #include <atomic>
 #include <memory>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include <gmock/gmock.h>
 
@@ -70,6 +72,26 @@ TEST_F(CallbackMapper5Test, OnlyMapper5IsUsedAfterTheHidlVersionsAndStaysLoaded)
     // The allocator is asked on every Create: without it there is no mapper any more.
     ASSERT_TRUE(hostkit::mapper::Offer({}));
     EXPECT_THAT(MissingAfterCreate(), StartsWith(NO_HIDL));
+}
+
+// First uses on several threads at once (each test runs in its own process, so nothing is
+// loaded yet): one library table for all. For ThreadSanitizer, the lookups of some threads
+// overlap the store of another.
+TEST_F(CallbackMapper5Test, ConcurrentFirstUsesShareOneTable) {
+    ASSERT_TRUE(hostkit::mapper::Offer({5}));
+    constexpr int THREADS = 4;
+    std::atomic<int> waiting{THREADS};
+    std::vector<std::shared_ptr<VirMapperBase>> mappers(THREADS);
+    std::vector<std::thread> users;
+    for (int t = 0; t < THREADS; ++t) {
+        users.emplace_back([&, t] {
+            for (--waiting; waiting.load() > 0;) std::this_thread::yield();
+            mappers[t] = VirMapperMgr::GetInstance().Create(nullptr);
+        });
+    }
+    for (std::thread& user : users) user.join();
+    for (const auto& mapper : mappers) ASSERT_NE(nullptr, mapper);
+    EXPECT_EQ(static_cast<size_t>(THREADS), hostkit::logs::Count(ANDROID_LOG_INFO, HIDL_TAG, "init mapper use V5"));
 }
 
 // What each missing piece is called in the one diagnosis line; broken libraries are unloaded.

@@ -26,6 +26,13 @@ static_assert(IS_INT32_ENUM<VirCameraRotationDegree>);
 static_assert(IS_INT32_ENUM<VirCameraColorFormatType>);
 static_assert(IS_INT32_ENUM<IVirCameraWrapper::VirCameraMode>);
 
+// Enumerator values are numbers on the wire and in the caller's comparisons.
+static_assert(VIR_CAMERA_STREAM_OUTPUT == 0 && VIR_CAMERA_STREAM_INPUT == 1);
+static_assert(VIR_CAMERA_ROTATION_0 == 0 && VIR_CAMERA_ROTATION_90 == 90 && VIR_CAMERA_ROTATION_180 == 180 &&
+              VIR_CAMERA_ROTATION_270 == 270);
+static_assert(VIR_CAMERA_COLOR_FORMAT_DEFAULT == 0);
+static_assert(IVirCameraWrapper::MODE_STREAM_CHANGE == 0 && IVirCameraWrapper::MODE_REGISTER == 1);
+
 static_assert(sizeof(VirCameraImageResult) == 40 && alignof(VirCameraImageResult) == 8);
 static_assert(sizeof(VirCameraImageBuffer) == 16);
 static_assert(sizeof(VirCameraBufferCache) == 16);

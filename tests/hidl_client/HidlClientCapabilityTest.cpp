@@ -77,6 +77,9 @@ INSTANTIATE_TEST_SUITE_P(
                                BAD_SIZE + "1080,1920,3"},
                 CapabilityCase{"RatesSortedUnique", {"17", "480,640", "60000,15000;30000,30000", ""}, false,
                                "YUV420", true, WithDefaults({{640, 480}}), {15, 30, 60}, ""},
+                // Thousandths are cut off, not rounded: 15999 is 15 frames per second.
+                CapabilityCase{"RatesTruncated", {"17", "480,640", "15999,29500", ""}, false, "YUV420", true,
+                               WithDefaults({{640, 480}}), {15, 29}, ""},
                 CapabilityCase{"SemicolonOnlyRates", {"17", "480,640", ";", ""}, false, "YUV420", true,
                                WithDefaults({{640, 480}}), {30}, ""},
                 CapabilityCase{"OtherFormatOnly", {"21", "1080,1920", "", ""}, false, "", false, {}, {}, ""},

@@ -87,6 +87,33 @@ TEST_F(HidlE2eRegistration, UnknownIdAnswersFailureEverywhere) {
     EXPECT_EQ(0, wrapper->UnRegisterCallback(DEVICE, SERVICE));
 }
 
+TEST_F(HidlE2eRegistration, FactoryRefusesNullOutPointer) {
+    EXPECT_EQ(-1, android::CreateVirCameraWrapper(nullptr));
+    HOSTKIT_EXPECT_LOG_LINE(ANDROID_LOG_ERROR, WRAPPER_TAG, "CreateVirCameraWrapper: wrapper out-pointer is null");
+}
+
+// Every field of a finished frame reaches the HAL; its handle goes empty (the HAL holds the buffer).
+TEST_F(HidlE2eRegistration, FinishedFrameReachesTheHalFieldByField) {
+    android::IVirCameraWrapper* wrapper = NewWrapper();
+    const int id = UniqueId(DEVICE, SERVICE);
+    auto caller = std::make_shared<E2eCaller>(wrapper, id);
+    ASSERT_EQ(0, wrapper->RegisterCallback(DEVICE, SERVICE, Mode::MODE_REGISTER, caller));
+    EXPECT_EQ(0, wrapper->OnVirImageBufferDone(id, {7, 0x1234567890ull, 3, 5, 1700000000123456789ll, 2}));
+    EXPECT_EQ(0, wrapper->OnVirImageBufferDone(id, {8, 9, 1, 0, 42, 0}));
+    const auto results = mRegisterChannel->ImageResults();
+    ASSERT_EQ(2u, results.size());
+    EXPECT_EQ(7u, results[0].frameNumber);
+    EXPECT_EQ(0x1234567890ull, results[0].bufferId);
+    EXPECT_EQ(3, results[0].streamId);
+    EXPECT_EQ(5, results[0].index);
+    EXPECT_EQ(1700000000123456789ll, results[0].timestamp);
+    EXPECT_TRUE(results[0].status);  // any non-zero status
+    EXPECT_EQ(nullptr, results[0].buffer.getNativeHandle());
+    EXPECT_EQ(0, results[1].index);
+    EXPECT_FALSE(results[1].status);
+    EXPECT_EQ(0, wrapper->UnRegisterCallback(DEVICE, SERVICE));
+}
+
 TEST_F(HidlE2eRegistration, ExpiredCallerIsRefusedAndLogged) {
     android::IVirCameraWrapper* wrapper = NewWrapper();
     const int id = UniqueId(DEVICE, SERVICE);

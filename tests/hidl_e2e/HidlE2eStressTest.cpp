@@ -2,6 +2,9 @@
 #include <gtest/gtest.h>
 #include <hostkit/Mapper.h>
 
+#include <atomic>
+#include <thread>
+
 #include "E2eSupport.h"
 #include "hidl/SimHidlFramework.h"
 
@@ -45,6 +48,39 @@ TEST_F(HidlE2eStress, TwoCallerThreadsAgainstStreamingHal) {
         DeleteWrappers();
     }
     EXPECT_EQ(0u, hostkit::mapper::LiveImports());
+}
+
+// Calls for a registered id while the same pair registers again and again: each registration
+// stores a new connection in the wrapper's map and names its channel while the caller's
+// thread looks both up. Meant for ThreadSanitizer (scripts/test.sh tsan), which reports any
+// of those accesses made without the lock; the plain build checks only the results.
+TEST_F(HidlE2eStress, CallsOverlapRepeatedRegistrations) {
+    android::IVirCameraWrapper* wrapper = NewWrapper();
+    const int id = UniqueId(DEVICE, SERVICE);
+    auto caller = std::make_shared<E2eCaller>(wrapper, id);
+    ASSERT_EQ(0, wrapper->RegisterCallback(DEVICE, SERVICE, android::IVirCameraWrapper::MODE_REGISTER, caller));
+    std::atomic<bool> registering{true};
+    std::atomic<int> calls{0};
+    std::thread notifier([&] {
+        // Answers depend on how far the newest registration got; only the overlap matters.
+        while (registering.load()) {
+            (void)wrapper->Notify(id, "x");
+            ++calls;
+        }
+    });
+    while (calls.load() == 0) std::this_thread::yield();  // the calls are under way
+    int failedRegistrations = 0;
+    for (int round = 0; round < 30; ++round) {
+        if (wrapper->RegisterCallback(DEVICE, SERVICE, android::IVirCameraWrapper::MODE_REGISTER, caller) != 0) {
+            ++failedRegistrations;
+        }
+    }
+    registering.store(false);
+    notifier.join();
+    EXPECT_EQ(0, failedRegistrations);
+    EXPECT_EQ(0, wrapper->Notify(id, "x"));
+    EXPECT_EQ(0, wrapper->UnRegisterCallback(DEVICE, SERVICE));
+    DeleteWrappers();
 }
 
 }  // namespace
