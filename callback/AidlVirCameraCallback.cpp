@@ -4,14 +4,14 @@
 
 #include "callback/AidlVirCameraCallback.h"
 
-#include <linux/dma-buf.h>
-#include <sys/ioctl.h>
+#include <iterator>
 
 #include <aidlcommonsupport/NativeHandle.h>
 #include <json/value.h>
 #include <log/log.h>
 #include <utils/Trace.h>
 
+#include "callback/AidlMapperDeathWatcher.h"
 #include "client/AidlVirtualCameraClient.h"
 #include "common/JsonUtil.h"
 #include "common/VirCameraConstants.h"
@@ -65,13 +65,6 @@ constexpr int32_t ERR_NO_HANDLE = -200008;
 constexpr int32_t ERR_BAD_JSON = -200012;
 constexpr int32_t ERR_DUP_FAILED = -200021;
 
-// Logs one cache entry going away.
-class AidlStreamBuffer final : public StreamBuffer {
-public:
-    using StreamBuffer::StreamBuffer;
-    ~AidlStreamBuffer() override { ALOGD("%s streamid=%d, bufferId=%d", "~StreamBuffer", streamId, bufferId); }
-};
-
 // The caller of a native_handle from dupFromAidl owns its descriptors and memory.
 struct DupedHandleDeleter {
     void operator()(native_handle_t* handle) const {
@@ -80,10 +73,48 @@ struct DupedHandleDeleter {
     }
 };
 
+constexpr StatusLine STATUS_LINES[] = {
+    {BufferOp::IMPORT, CacheStatus::EMPTY, ANDROID_LOG_WARN,
+     "ProcessOneImageRequest: can not find avaliable streamBuffer, streamId %d bufferId %d", LineArgs::IDS,
+     ERR_NO_HANDLE},
+    {BufferOp::IMPORT, CacheStatus::NO_MAPPER, ANDROID_LOG_WARN, "Can't get mapper service streamId=%d,bufferId=%d",
+     LineArgs::IDS, ERR_NO_MAPPER},
+    {BufferOp::IMPORT, CacheStatus::IMPORT_FAILED, ANDROID_LOG_ERROR,
+     "ProcessOneImageRequest: mapper importBuffer failed: errMap %d", LineArgs::ERROR, ERR_IMPORT_FAILED},
+    {BufferOp::LOCK, CacheStatus::IN_RELEASE, ANDROID_LOG_WARN,
+     "LockVideoBuffer: lock failed because in release, streamId %d bufferId %lld", LineArgs::IDS_WIDE, -1},
+    {BufferOp::LOCK, CacheStatus::NO_MAPPER, ANDROID_LOG_WARN,
+     "LockVideoBuffer: lock failed because null mapper, streamId=%d bufferId=%lld", LineArgs::IDS_WIDE, -1},
+    {BufferOp::LOCK, CacheStatus::NO_ENTRY, ANDROID_LOG_WARN,
+     "LockVideoBuffer: lock failed because no cache, streamId=%d bufferId=%lld", LineArgs::IDS_WIDE, -1},
+    {BufferOp::LOCK, CacheStatus::LOCK_FAILED, ANDROID_LOG_WARN,
+     "LockVideoBuffer: lock failed because lock err, streamId=%d bufferId=%lld ret=%d", LineArgs::IDS_WIDE_ERROR,
+     -1},
+    {BufferOp::UNLOCK, CacheStatus::NO_MAPPER, ANDROID_LOG_WARN,
+     "UnLockVideoBuffer: unlock failed because null mapper, streamId %d bufferId %lld", LineArgs::IDS_WIDE, -1},
+    {BufferOp::UNLOCK, CacheStatus::NO_ENTRY, ANDROID_LOG_WARN,
+     "UnLockVideoBuffer: unlock failed because no cache, streamId=%d bufferId=%lld", LineArgs::IDS_WIDE, -1},
+};
+
+constexpr ChannelTexts TEXTS = {
+    LOG_TAG,
+    STATUS_LINES,
+    std::size(STATUS_LINES),
+    ERR_IMPORT_FAILED,  // unexpected import status
+    "~StreamBuffer streamid=%d, bufferId=%d",
+    "Can't RegServiceLinkDeath mapper ret:%d",
+    "FlushCache: sync cache failed, ret: %d",
+    "ProcessOneImageRequest: buffer version:%d fd:%d ints:%d",
+    "ProcessOneImageRequest mStreamBuffers.size():%zu",
+    true,  // unlocks write the CPU caches back first
+};
+
 }  // namespace
 
 AidlVirCameraCallback::AidlVirCameraCallback(const std::weak_ptr<IVirCameraWrapperCallbackV2>& callback)
-    : mCallback(callback), mStreamBuffers(*this) {
+    : mCallback(callback), mStreamBuffers(TEXTS, [this] {
+          return sp<MapperWatcherBase>(new AidlMapperDeathWatcher(ref<AidlVirCameraCallback>()));
+      }) {
     ALOGD("%s", "AidlVirCameraCallback");
 }
 
@@ -223,116 +254,27 @@ int32_t AidlVirCameraCallback::ProcessOneImageRequest(const VirImageBuffer& buff
             return ERR_DUP_FAILED;
         }
     }
-    CacheResult result = mStreamBuffers.Import(key, raw.get(), [&key, &raw] {
-        ALOGD("stream buffer is empty, insert a new buffer, streamId %d bufferId %d", key.streamId, key.bufferId);
-        ALOGI("%s: buffer version:%d fd:%d ints:%d", "ProcessOneImageRequest", raw->version, raw->numFds,
-              raw->numInts);
-    });
-    switch (result.status) {
-        case CacheStatus::OK:
-            if (raw != nullptr) {
-                ALOGI("ProcessOneImageRequest mStreamBuffers.size():%zu", mStreamBuffers.Size());
-            }
-            return 0;
-        case CacheStatus::EMPTY:
-            ALOGW("%s: can not find avaliable streamBuffer, streamId %d bufferId %d", "ProcessOneImageRequest",
-                  key.streamId, key.bufferId);
-            return ERR_NO_HANDLE;
-        case CacheStatus::NO_MAPPER:
-            ALOGW("Can't get mapper service streamId=%d,bufferId=%d", key.streamId, key.bufferId);
-            return ERR_NO_MAPPER;
-        case CacheStatus::IMPORT_FAILED:
-            ALOGE("%s: mapper importBuffer failed: errMap %d", "ProcessOneImageRequest", result.error);
-            return ERR_IMPORT_FAILED;
-        default:
-            ALOGE("%s: unexpected cache status %d", "ProcessOneImageRequest", static_cast<int>(result.status));
-            return ERR_IMPORT_FAILED;
-    }
+    return mStreamBuffers.Import(key, raw.get());
 }
 
 void* AidlVirCameraCallback::LockVideoBuffer(int32_t /*uniqueID*/, int32_t streamId, unsigned long bufferId,
                                              void** outHandleData) {
     ATRACE_NAME("AIDL lockVideoBuffer");
-    void* address = nullptr;
-    CacheResult result = mStreamBuffers.Lock(StreamBufferID::From(streamId, bufferId), outHandleData, address);
-    const long long id = static_cast<long long>(bufferId);
-    switch (result.status) {
-        case CacheStatus::OK:
-            return address;
-        case CacheStatus::IN_RELEASE:
-            ALOGW("%s: lock failed because in release, streamId %d bufferId %lld", "LockVideoBuffer", streamId, id);
-            return nullptr;
-        case CacheStatus::NO_MAPPER:
-            ALOGW("%s: lock failed because null mapper, streamId=%d bufferId=%lld", "LockVideoBuffer", streamId, id);
-            return nullptr;
-        case CacheStatus::NO_ENTRY:
-            ALOGW("%s: lock failed because no cache, streamId=%d bufferId=%lld", "LockVideoBuffer", streamId, id);
-            return nullptr;
-        case CacheStatus::LOCK_FAILED:
-            ALOGW("%s: lock failed because lock err, streamId=%d bufferId=%lld ret=%d", "LockVideoBuffer", streamId,
-                  id, result.error);
-            return nullptr;
-        default:
-            ALOGE("%s: unexpected cache status %d", "LockVideoBuffer", static_cast<int>(result.status));
-            return nullptr;
-    }
+    return mStreamBuffers.Lock(streamId, bufferId, outHandleData);
 }
 
 int32_t AidlVirCameraCallback::UnLockVideoBuffer(int32_t /*uniqueID*/, int32_t streamId, unsigned long bufferId,
                                                  int32_t& outReleaseFence) {
     ATRACE_NAME("AIDL unlockVideoBuffer");
-    CacheResult result = mStreamBuffers.Unlock(StreamBufferID::From(streamId, bufferId), outReleaseFence);
-    const long long id = static_cast<long long>(bufferId);
-    switch (result.status) {
-        case CacheStatus::OK:
-            return 0;
-        case CacheStatus::NO_MAPPER:
-            ALOGW("%s: unlock failed because null mapper, streamId %d bufferId %lld", "UnLockVideoBuffer", streamId, id);
-            return -1;
-        case CacheStatus::NO_ENTRY:
-            ALOGW("%s: unlock failed because no cache, streamId=%d bufferId=%lld", "UnLockVideoBuffer", streamId, id);
-            return -1;
-        default:
-            ALOGE("%s: unexpected cache status %d", "UnLockVideoBuffer", static_cast<int>(result.status));
-            return -1;
-    }
-}
-
-std::shared_ptr<VirMapperBase> AidlVirCameraCallback::GetMapper() {
-    auto lookup = mMapperWatcher.Get([this] {
-        return sp<AidlMapperDeathWatcher>(new AidlMapperDeathWatcher(ref<AidlVirCameraCallback>()));
-    });
-    if (!lookup.missingOnce.empty()) {
-        ALOGE("%s", lookup.missingOnce.c_str());
-    }
-    if (lookup.created) {
-        if (lookup.registerResult != 0) {
-            ALOGW("Can't RegServiceLinkDeath mapper ret:%d", lookup.registerResult);
-        } else {
-            ALOGD("RegServiceLinkDeath mapper OK");
-        }
-    }
-    return lookup.mapper;
+    return mStreamBuffers.Unlock(streamId, bufferId, outReleaseFence);
 }
 
 void AidlVirCameraCallback::ClearMapper() {
-    mMapperWatcher.Clear();
-}
-
-std::shared_ptr<StreamBuffer> AidlVirCameraCallback::MakeStreamBuffer(int32_t streamId, int32_t bufferId,
-                                                                      const native_handle_t* handle) {
-    return std::make_shared<AidlStreamBuffer>(streamId, bufferId, handle);
+    mStreamBuffers.ClearMapper();
 }
 
 void AidlVirCameraCallback::FlushCache(const native_handle_t* handle) {
-    int ret = -1;
-    if (handle != nullptr && handle->numFds >= 1) {
-        dma_buf_sync sync = {DMA_BUF_SYNC_WRITE | DMA_BUF_SYNC_END};
-        ret = ioctl(handle->data[0], DMA_BUF_IOCTL_SYNC, &sync);
-    }
-    if (ret < 0) {
-        ALOGE("%s: sync cache failed, ret: %d", "FlushCache", ret);
-    }
+    mStreamBuffers.FlushCache(handle);
 }
 
 }  // namespace android

@@ -7,9 +7,7 @@
 #include <aidl/vendor/zuvek/hardware/camera/vircamera/BnVirCameraChannelCallback.h>
 
 #include "IVirCameraWrapper.h"
-#include "callback/AidlMapperDeathWatcher.h"
-#include "callback/MapperWatcherSlot.h"
-#include "callback/StreamBufferCache.h"
+#include "callback/ChannelBufferCore.h"
 
 namespace android {
 
@@ -17,8 +15,7 @@ namespace android {
 // to the caller's V2 callback (held weakly) and its result goes back in StatusResult.
 // Image commands carry buffers as NativeHandles, imported once into the stream buffer
 // cache where the caller locks them through SendData. Binder threads call it.
-class AidlVirCameraCallback : public aidl::vendor::zuvek::hardware::camera::vircamera::BnVirCameraChannelCallback,
-                              private StreamBufferOwner {
+class AidlVirCameraCallback : public aidl::vendor::zuvek::hardware::camera::vircamera::BnVirCameraChannelCallback {
 public:
     using StatusResult = aidl::vendor::zuvek::hardware::camera::vircamera::StatusResult;
     using InfoData = aidl::vendor::zuvek::hardware::camera::vircamera::InfoData;
@@ -60,14 +57,8 @@ private:
     int32_t ProcessImageRequest(const std::string& json, const std::vector<InfoData>& items, std::string& out);
     int32_t ProcessOneImageRequest(const VirImageBuffer& buffer);
 
-    std::shared_ptr<VirMapperBase> GetMapper() override;
-    std::shared_ptr<StreamBuffer> MakeStreamBuffer(int32_t streamId, int32_t bufferId,
-                                                   const native_handle_t* handle) override;
-    void BeforeUnlock(const native_handle_t* handle) override { FlushCache(handle); }
-
     const std::weak_ptr<IVirCameraWrapperCallbackV2> mCallback;
-    MapperWatcherSlot<AidlMapperDeathWatcher> mMapperWatcher;
-    StreamBufferCache mStreamBuffers;
+    ChannelBufferCore mStreamBuffers;
 };
 
 }  // namespace android

@@ -5,9 +5,7 @@
 #include <vendor/zuvek/hardware/camera/vircamera/1.0/IVirCameraChannelCallback.h>
 
 #include "IVirCameraWrapper.h"
-#include "callback/MapperDeathWatcher.h"
-#include "callback/MapperWatcherSlot.h"
-#include "callback/StreamBufferCache.h"
+#include "callback/ChannelBufferCore.h"
 
 namespace android {
 
@@ -15,8 +13,7 @@ namespace android {
 // sends image, meta, unregister and flush requests here on hwbinder threads; each is
 // passed to the caller's callback, held weakly and locked per call. Image buffers are
 // imported once into the stream buffer cache, where the caller locks them by ids.
-class VirCameraCallback : public vendor::zuvek::hardware::camera::vircamera::V1_0::IVirCameraChannelCallback,
-                          private StreamBufferOwner {
+class VirCameraCallback : public vendor::zuvek::hardware::camera::vircamera::V1_0::IVirCameraChannelCallback {
 public:
     using VirOptResult = vendor::zuvek::hardware::camera::vircamera::V1_0::VirOptResult;
 
@@ -62,13 +59,8 @@ private:
     void ReleaseStreamBuffers();
     std::shared_ptr<IVirCameraWrapperCallback> LockCallback();
 
-    std::shared_ptr<VirMapperBase> GetMapper() override;
-    std::shared_ptr<StreamBuffer> MakeStreamBuffer(int32_t streamId, int32_t bufferId,
-                                                   const native_handle_t* handle) override;
-
     const std::weak_ptr<IVirCameraWrapperCallback> mCallback;
-    MapperWatcherSlot<MapperDeathWatcher> mMapperWatcher;
-    StreamBufferCache mStreamBuffers;
+    ChannelBufferCore mStreamBuffers;
 };
 
 }  // namespace android
