@@ -11,6 +11,7 @@
 
 #include "callback/HidlRecordConvert.h"
 #include "callback/MapperDeathWatcher.h"
+#include "callback/PerCallList.h"
 #include "common/AnonyString.h"
 
 namespace android {
@@ -185,9 +186,8 @@ Return<void> VirCameraCallback::processImageRequest(uint32_t sessionId, const hi
         _hidl_cb(VirOptResult::FAILED, 0);
         return Void();
     }
-    // Reused across requests so that a steady stream allocates nothing per frame.
-    thread_local std::vector<VirCameraImageBuffer> requests;
-    requests.clear();
+    PerCallList<VirCameraImageBuffer> list;
+    std::vector<VirCameraImageBuffer>& requests = list.Get();
     for (const VirImageBuffer& buffer : buffers) {
         // A buffer that failed to import is still listed: the caller's lock then fails.
         (void)ProcessOneImageRequest(buffer);
