@@ -107,44 +107,50 @@ constexpr ChannelTexts TEXTS = {
     "ProcessOneImageRequest: buffer version:%d fd:%d ints:%d",
     "ProcessOneImageRequest mStreamBuffers.size():%zu",
     true,  // unlocks write the CPU caches back first
+    "AIDL lockVideoBuffer",
+    "AIDL unlockVideoBuffer",
 };
+
+// The frame of both HAL methods: traces and logs the command, refuses a null reply,
+// lets `run` fill the reply.
+template <class Run>
+ndk::ScopedAStatus Answer(const char* method, int32_t cmd, AidlVirCameraCallback::StatusResult* reply, Run&& run) {
+    ATRACE_NAME(TraceName(cmd));
+    ALOGD("%s cmd:%d", method, cmd);
+    if (reply == nullptr) {
+        return ndk::ScopedAStatus::fromServiceSpecificError(ERR_NULL_REPLY);
+    }
+    run();
+    return ndk::ScopedAStatus::ok();
+}
 
 }  // namespace
 
 AidlVirCameraCallback::AidlVirCameraCallback(const std::weak_ptr<IVirCameraWrapperCallbackV2>& callback)
-    : mCallback(callback), mStreamBuffers(TEXTS, [this] {
-          return sp<MapperWatcherBase>(new AidlMapperDeathWatcher(ref<AidlVirCameraCallback>()));
-      }) {
+    : ChannelBufferCore(TEXTS,
+                        [this] {
+                            return sp<MapperWatcherBase>(
+                                new AidlMapperDeathWatcher(ref<AidlVirCameraCallback>()));
+                        }),
+      mCallback(callback) {
     ALOGD("%s", "AidlVirCameraCallback");
 }
 
 AidlVirCameraCallback::~AidlVirCameraCallback() {
     ALOGD("%s", "~AidlVirCameraCallback");
-    mStreamBuffers.ReleaseAll();
+    ReleaseStreamBuffers();
     ClearMapper();
 }
 
-int32_t AidlVirCameraCallback::CallCaller(int32_t cmd, const std::string& json, std::string* replyData) {
+int32_t AidlVirCameraCallback::CallCaller(int32_t cmd, const std::string& json, std::vector<CommonData>* items,
+                                          std::string* replyData) {
     std::shared_ptr<IVirCameraWrapperCallbackV2> callback = mCallback.lock();
     if (callback == nullptr) {
         ALOGW("wrapper callback has expired.");
         return ERR_CALLBACK_EXPIRED;
     }
-    CallbackResult result = callback->OnCommand(cmd, json);
-    if (replyData != nullptr) {
-        *replyData = std::move(result.data);
-    }
-    return result.result;
-}
-
-int32_t AidlVirCameraCallback::CallCallerWithData(int32_t cmd, const std::string& json, std::vector<CommonData>& items,
-                                                  std::string* replyData) {
-    std::shared_ptr<IVirCameraWrapperCallbackV2> callback = mCallback.lock();
-    if (callback == nullptr) {
-        ALOGW("wrapper callback has expired.");
-        return ERR_CALLBACK_EXPIRED;
-    }
-    CallbackResult result = callback->OnCommandWithData(cmd, json, items);
+    CallbackResult result =
+        items == nullptr ? callback->OnCommand(cmd, json) : callback->OnCommandWithData(cmd, json, *items);
     if (replyData != nullptr) {
         *replyData = std::move(result.data);
     }
@@ -153,73 +159,65 @@ int32_t AidlVirCameraCallback::CallCallerWithData(int32_t cmd, const std::string
 
 ndk::ScopedAStatus AidlVirCameraCallback::processCmdRequest(int32_t cmd, const std::string& json,
                                                             StatusResult* reply) {
-    ATRACE_NAME(TraceName(cmd));
-    ALOGD("%s cmd:%d", "processCmdRequest", cmd);
-    if (reply == nullptr) {
-        return ndk::ScopedAStatus::fromServiceSpecificError(ERR_NULL_REPLY);
-    }
-    switch (cmd) {
-        case CMD_CONFIG_STREAM:
-        case CMD_FLUSH:
-            // Buffers of the old configuration are released whatever the caller answered,
-            // but not when no caller was there to answer.
-            if (mCallback.expired()) {
-                ALOGW("wrapper callback has expired.");
-                reply->status = ERR_CALLBACK_EXPIRED;
+    return Answer("processCmdRequest", cmd, reply, [&] {
+        switch (cmd) {
+            case CMD_CONFIG_STREAM:
+            case CMD_FLUSH:
+                // Buffers of the old configuration are released whatever the caller answered,
+                // but not when no caller was there to answer.
+                if (mCallback.expired()) {
+                    ALOGW("wrapper callback has expired.");
+                    reply->status = ERR_CALLBACK_EXPIRED;
+                    break;
+                }
+                reply->status = CallCaller(cmd, json, nullptr, nullptr);
+                ReleaseStreamBuffers();
                 break;
-            }
-            reply->status = CallCaller(cmd, json, nullptr);
-            mStreamBuffers.ReleaseAll();
-            break;
-        case CMD_OPEN_CONTROL_SESSION:
-        case CMD_OPEN_DATA_SESSION:
-            reply->status = CallCaller(cmd, json, &reply->data);
-            break;
-        case CMD_CLOSE_CONTROL_SESSION:
-        case CMD_CLOSE_DATA_SESSION:
-            reply->status = CallCaller(cmd, json, nullptr);
-            break;
-        case CMD_SWITCH_ON_RESULT:
-            reply->status = AidlVirtualCameraClient::Get().NotifySwitchOnVirtualCameraResult(json);
-            break;
-        case CMD_SWITCH_OFF_RESULT:
-            reply->status = AidlVirtualCameraClient::Get().NotifySwitchOffVirtualCameraResult(json);
-            break;
-        case CMD_CLEAR_SWITCH_SERVICE:
-            AidlVirtualCameraClient::Get().ClearSwitchService();
-            reply->status = 0;
-            break;
-        default:  // including 10007, which this side refuses
-            ALOGD("%s: processCmdRequest this cmd error: %d", "processCmdRequest", cmd);
-            reply->status = ERR_UNKNOWN_CMD;
-            break;
-    }
-    return ndk::ScopedAStatus::ok();
+            case CMD_OPEN_CONTROL_SESSION:
+            case CMD_OPEN_DATA_SESSION:
+                reply->status = CallCaller(cmd, json, nullptr, &reply->data);
+                break;
+            case CMD_CLOSE_CONTROL_SESSION:
+            case CMD_CLOSE_DATA_SESSION:
+                reply->status = CallCaller(cmd, json, nullptr, nullptr);
+                break;
+            case CMD_SWITCH_ON_RESULT:
+                reply->status = AidlVirtualCameraClient::Get().NotifySwitchOnVirtualCameraResult(json);
+                break;
+            case CMD_SWITCH_OFF_RESULT:
+                reply->status = AidlVirtualCameraClient::Get().NotifySwitchOffVirtualCameraResult(json);
+                break;
+            case CMD_CLEAR_SWITCH_SERVICE:
+                AidlVirtualCameraClient::Get().ClearSwitchService();
+                reply->status = 0;
+                break;
+            default:  // including 10007, which this side refuses
+                ALOGD("%s: processCmdRequest this cmd error: %d", "processCmdRequest", cmd);
+                reply->status = ERR_UNKNOWN_CMD;
+                break;
+        }
+    });
 }
 
 ndk::ScopedAStatus AidlVirCameraCallback::processInfoData(int32_t cmd, const std::string& json,
                                                           const std::vector<InfoData>& items, StatusResult* reply) {
-    ATRACE_NAME(TraceName(cmd));
-    ALOGD("%s cmd:%d", "processInfoData", cmd);
-    if (reply == nullptr) {
-        return ndk::ScopedAStatus::fromServiceSpecificError(ERR_NULL_REPLY);
-    }
-    switch (cmd) {
-        case CMD_META_REQUEST:
-        case CMD_UNREGISTER_BUFFER: {
-            // The items are not used; an unregister leaves the cache as it is.
-            std::vector<CommonData> none;
-            reply->status = CallCallerWithData(cmd, json, none, nullptr);
-            break;
+    return Answer("processInfoData", cmd, reply, [&] {
+        switch (cmd) {
+            case CMD_META_REQUEST:
+            case CMD_UNREGISTER_BUFFER: {
+                // The items are not used; an unregister leaves the cache as it is.
+                std::vector<CommonData> none;
+                reply->status = CallCaller(cmd, json, &none, nullptr);
+                break;
+            }
+            case CMD_IMAGE_REQUEST:
+                reply->status = ProcessImageRequest(json, items, reply->data);
+                break;
+            default:
+                reply->status = ERR_UNKNOWN_CMD;
+                break;
         }
-        case CMD_IMAGE_REQUEST:
-            reply->status = ProcessImageRequest(json, items, reply->data);
-            break;
-        default:
-            reply->status = ERR_UNKNOWN_CMD;
-            break;
-    }
-    return ndk::ScopedAStatus::ok();
+    });
 }
 
 int32_t AidlVirCameraCallback::ProcessImageRequest(const std::string& json, const std::vector<InfoData>& items,
@@ -241,7 +239,7 @@ int32_t AidlVirCameraCallback::ProcessImageRequest(const std::string& json, cons
         // Every item reaches the caller; a failed import shows up when it locks.
         (void)ProcessOneImageRequest(buffer);
     }
-    return CallCallerWithData(CMD_IMAGE_REQUEST, json, list, &out);
+    return CallCaller(CMD_IMAGE_REQUEST, json, &list, &out);
 }
 
 int32_t AidlVirCameraCallback::ProcessOneImageRequest(const VirImageBuffer& buffer) {
@@ -254,27 +252,7 @@ int32_t AidlVirCameraCallback::ProcessOneImageRequest(const VirImageBuffer& buff
             return ERR_DUP_FAILED;
         }
     }
-    return mStreamBuffers.Import(key, raw.get());
-}
-
-void* AidlVirCameraCallback::LockVideoBuffer(int32_t /*uniqueID*/, int32_t streamId, unsigned long bufferId,
-                                             void** outHandleData) {
-    ATRACE_NAME("AIDL lockVideoBuffer");
-    return mStreamBuffers.Lock(streamId, bufferId, outHandleData);
-}
-
-int32_t AidlVirCameraCallback::UnLockVideoBuffer(int32_t /*uniqueID*/, int32_t streamId, unsigned long bufferId,
-                                                 int32_t& outReleaseFence) {
-    ATRACE_NAME("AIDL unlockVideoBuffer");
-    return mStreamBuffers.Unlock(streamId, bufferId, outReleaseFence);
-}
-
-void AidlVirCameraCallback::ClearMapper() {
-    mStreamBuffers.ClearMapper();
-}
-
-void AidlVirCameraCallback::FlushCache(const native_handle_t* handle) {
-    mStreamBuffers.FlushCache(handle);
+    return ImportStreamBuffer(key, raw.get());
 }
 
 }  // namespace android

@@ -1,3 +1,6 @@
+// Trace sections of this file go to the camera category of a capture.
+#define ATRACE_TAG ATRACE_TAG_CAMERA
+
 #include "callback/ChannelBufferCore.h"
 
 #include <linux/dma-buf.h>
@@ -7,6 +10,7 @@
 #include <cstring>
 
 #include <android/log.h>
+#include <utils/Trace.h>
 
 namespace android {
 
@@ -31,7 +35,7 @@ constexpr int32_t FAILED = -1;
 ChannelBufferCore::ChannelBufferCore(const ChannelTexts& texts, MakeWatcher makeWatcher)
     : mTexts(texts), mMakeWatcher(std::move(makeWatcher)), mStreamBuffers(*this) {}
 
-int32_t ChannelBufferCore::Import(StreamBufferID key, const native_handle_t* raw) {
+int32_t ChannelBufferCore::ImportStreamBuffer(StreamBufferID key, const native_handle_t* raw) {
     CacheResult result = mStreamBuffers.Import(key, raw);
     if (result.status != CacheStatus::OK) {
         return Report(BufferOp::IMPORT, result, key.streamId, key.bufferId);
@@ -42,7 +46,7 @@ int32_t ChannelBufferCore::Import(StreamBufferID key, const native_handle_t* raw
     return 0;
 }
 
-int32_t ChannelBufferCore::Remove(int32_t streamId, unsigned long bufferId) {
+int32_t ChannelBufferCore::RemoveStreamBuffer(int32_t streamId, unsigned long bufferId) {
     CacheResult result = mStreamBuffers.Remove(StreamBufferID::From(streamId, bufferId));
     if (result.status != CacheStatus::OK) {
         return Report(BufferOp::REMOVE, result, streamId, static_cast<long long>(bufferId));
@@ -50,7 +54,9 @@ int32_t ChannelBufferCore::Remove(int32_t streamId, unsigned long bufferId) {
     return 0;
 }
 
-void* ChannelBufferCore::Lock(int32_t streamId, unsigned long bufferId, void** handleData) {
+void* ChannelBufferCore::LockVideoBuffer(int32_t /*uniqueID*/, int32_t streamId, unsigned long bufferId,
+                                         void** handleData) {
+    ATRACE_NAME(mTexts.lockTrace);
     void* address = nullptr;
     CacheResult result = mStreamBuffers.Lock(StreamBufferID::From(streamId, bufferId), handleData, address);
     if (result.status != CacheStatus::OK) {
@@ -60,7 +66,9 @@ void* ChannelBufferCore::Lock(int32_t streamId, unsigned long bufferId, void** h
     return address;
 }
 
-int32_t ChannelBufferCore::Unlock(int32_t streamId, unsigned long bufferId, int32_t& releaseFence) {
+int32_t ChannelBufferCore::UnLockVideoBuffer(int32_t /*uniqueID*/, int32_t streamId, unsigned long bufferId,
+                                             int32_t& releaseFence) {
+    ATRACE_NAME(mTexts.unlockTrace);
     CacheResult result = mStreamBuffers.Unlock(StreamBufferID::From(streamId, bufferId), releaseFence);
     if (result.status != CacheStatus::OK) {
         return Report(BufferOp::UNLOCK, result, streamId, static_cast<long long>(bufferId));

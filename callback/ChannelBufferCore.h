@@ -47,34 +47,41 @@ struct ChannelTexts {
     const char* importedHandle;      // INFO before an import: version %d, fds %d, ints %d
     const char* importedCount;       // INFO after an import: cache size %zu
     bool syncBeforeUnlock;           // write the CPU caches back before every unlock
+    const char* lockTrace;           // trace sections of the caller's lock and unlock
+    const char* unlockTrace;
 };
 
 // What both channel callbacks share: the stream buffer cache, the mapper watcher slot
-// and how cache outcomes become log lines and results.
-class ChannelBufferCore final : private StreamBufferOwner {
+// and how cache outcomes become log lines and results. A channel callback derives from it.
+class ChannelBufferCore : private StreamBufferOwner {
 public:
-    using MakeWatcher = std::function<sp<MapperWatcherBase>()>;
-
-    // `texts` must outlive the core; `makeWatcher` builds the transport's mapper watcher.
-    ChannelBufferCore(const ChannelTexts& texts, MakeWatcher makeWatcher);
-
-    // Imports `raw` (kept by the caller) under `key`, or checks a handle-less request.
-    // 0, or the transport's result for the failure.
-    int32_t Import(StreamBufferID key, const native_handle_t* raw);
-    // Frees and forgets one buffer, locked or not. 0 or -1.
-    int32_t Remove(int32_t streamId, unsigned long bufferId);
-    // The CPU address of the locked buffer, or null.
-    void* Lock(int32_t streamId, unsigned long bufferId, void** handleData);
-    // 0 with the release fence (or -1), or -1.
-    int32_t Unlock(int32_t streamId, unsigned long bufferId, int32_t& releaseFence);
-    // Releases every buffer (waiting for locked ones to be unlocked).
-    void ReleaseAll() { mStreamBuffers.ReleaseAll(); }
-    size_t Size() const { return mStreamBuffers.Size(); }
-
+    // Locks a cached buffer for CPU writing; null when it is not cached, no mapper
+    // exists, the mapper refused, or a release is running. `outHandleData`, when not
+    // null, receives the handle's data array (fds, then ints). Any thread.
+    void* LockVideoBuffer(int32_t uniqueID, int32_t streamId, unsigned long bufferId, void** outHandleData);
+    // 0 with the mapper's release fence (or -1) in outReleaseFence, the caller owning
+    // it; -1 when the buffer or the mapper is missing. Any thread.
+    int32_t UnLockVideoBuffer(int32_t uniqueID, int32_t streamId, unsigned long bufferId,
+                              int32_t& outReleaseFence);
     // Drops the mapper watcher; the next buffer operation builds a new one.
     void ClearMapper() { mMapperWatcher.Clear(); }
     // Writes the CPU caches of a dma-buf back (DMA_BUF_IOCTL_SYNC, write end).
     void FlushCache(const native_handle_t* handle);
+
+protected:
+    using MakeWatcher = std::function<sp<MapperWatcherBase>()>;
+
+    // `texts` must outlive the core; `makeWatcher` builds the transport's mapper watcher.
+    ChannelBufferCore(const ChannelTexts& texts, MakeWatcher makeWatcher);
+    ~ChannelBufferCore() = default;
+
+    // Imports `raw` (kept by the caller) under `key`, or checks a handle-less request.
+    // 0, or the transport's result for the failure.
+    int32_t ImportStreamBuffer(StreamBufferID key, const native_handle_t* raw);
+    // Frees and forgets one buffer, locked or not. 0 or -1.
+    int32_t RemoveStreamBuffer(int32_t streamId, unsigned long bufferId);
+    // Releases every buffer (waiting for locked ones to be unlocked).
+    void ReleaseStreamBuffers() { mStreamBuffers.ReleaseAll(); }
 
 private:
     std::shared_ptr<VirMapperBase> GetMapper() override;

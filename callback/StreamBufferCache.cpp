@@ -72,10 +72,8 @@ std::shared_ptr<StreamBuffer> StreamBufferCache::PinForLock(StreamBufferID key) 
     return entry->second;
 }
 
-// The unlock runs entirely under the cache lock, where the entry cannot go away, so it
-// needs no reference of its own; it also keeps a flush or re-import from freeing the
-// buffer between the lock mark being cleared and the mapper's unlock.
-CacheResult StreamBufferCache::Unlock(StreamBufferID key, int& releaseFence) {
+template <class Use>
+CacheResult StreamBufferCache::WithEntry(StreamBufferID key, Use&& use) {
     std::shared_ptr<VirMapperBase> mapper = mOwner.GetMapper();
     if (mapper == nullptr) {
         return {CacheStatus::NO_MAPPER};
@@ -85,30 +83,34 @@ CacheResult StreamBufferCache::Unlock(StreamBufferID key, int& releaseFence) {
     if (entry == mStreamBuffers.end()) {
         return {CacheStatus::NO_ENTRY};
     }
-    entry->second->locked = false;
-    const native_handle* handle = entry->second->handle;
-    mOwner.BeforeUnlock(handle);
-    int fence = -1;
-    mapper->UnLock(handle, fence);
-    releaseFence = fence;
+    use(entry, std::move(mapper));
     return {};
+}
+
+// The unlock runs entirely under the cache lock, where the entry cannot go away, so it
+// needs no reference of its own; it also keeps a flush or re-import from freeing the
+// buffer between the lock mark being cleared and the mapper's unlock.
+CacheResult StreamBufferCache::Unlock(StreamBufferID key, int& releaseFence) {
+    auto unlock = [this, &releaseFence](Map::iterator entry, std::shared_ptr<VirMapperBase> mapper)
+                      REQUIRES(mMutex) {
+        entry->second->locked = false;
+        const native_handle* handle = entry->second->handle;
+        mOwner.BeforeUnlock(handle);
+        int fence = -1;
+        mapper->UnLock(handle, fence);
+        releaseFence = fence;
+    };
+    return WithEntry(key, unlock);
 }
 
 CacheResult StreamBufferCache::Remove(StreamBufferID key) {
     if (!Contains(key)) {
         return {CacheStatus::NO_ENTRY};
     }
-    std::shared_ptr<VirMapperBase> mapper = mOwner.GetMapper();
-    if (mapper == nullptr) {
-        return {CacheStatus::NO_MAPPER};
-    }
-    Mutex::Autolock lock(mMutex);
-    auto entry = mStreamBuffers.find(key);
-    if (entry == mStreamBuffers.end()) {
-        return {CacheStatus::NO_ENTRY};
-    }
-    Forget(entry, std::move(mapper));
-    return {};
+    auto forget = [this](Map::iterator entry, std::shared_ptr<VirMapperBase> mapper) REQUIRES(mMutex) {
+        Forget(entry, std::move(mapper));
+    };
+    return WithEntry(key, forget);
 }
 
 bool StreamBufferCache::ReleaseOnce() {

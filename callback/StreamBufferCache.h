@@ -73,6 +73,10 @@ private:
     using Map = std::map<StreamBufferID, std::shared_ptr<StreamBuffer>>;
 
     bool Contains(StreamBufferID key) const EXCLUDES(mMutex);
+    // Fetches the mapper, then runs `use(entry, mapper)` on the entry of `key` under the
+    // cache lock; NO_MAPPER or NO_ENTRY when either is missing.
+    template <class Use>
+    CacheResult WithEntry(StreamBufferID key, Use&& use) EXCLUDES(mMutex);
     // The entry under `key` marked locked, with a reference of the caller's; null if none.
     std::shared_ptr<StreamBuffer> PinForLock(StreamBufferID key) EXCLUDES(mMutex);
     // Drops the cache's reference to one entry; the buffer is freed through `mapper` (not

@@ -71,13 +71,15 @@ constexpr ChannelTexts TEXTS = {
     nullptr,  // nothing said about an imported handle
     nullptr,  // nor about the cache size
     false,    // unlocks do not sync the CPU caches
+    "HIDL lockVideoBuffer",
+    "HIDL unlockVideoBuffer",
 };
 
 }  // namespace
 
 VirCameraCallback::VirCameraCallback(const std::weak_ptr<IVirCameraWrapperCallback>& callback)
-    : mCallback(callback),
-      mStreamBuffers(TEXTS, [this] { return sp<MapperWatcherBase>(new MapperDeathWatcher(this)); }) {
+    : ChannelBufferCore(TEXTS, [this] { return sp<MapperWatcherBase>(new MapperDeathWatcher(this)); }),
+      mCallback(callback) {
     ALOGD("VirCameraCallback");
 }
 
@@ -200,8 +202,7 @@ Return<void> VirCameraCallback::processImageRequest(uint32_t sessionId, const hi
 }
 
 int32_t VirCameraCallback::ProcessOneImageRequest(const VirImageBuffer& buffer) {
-    return mStreamBuffers.Import(StreamBufferID::From(buffer.streamId, buffer.bufferId),
-                                 buffer.buffer.getNativeHandle());
+    return ImportStreamBuffer(StreamBufferID::From(buffer.streamId, buffer.bufferId), buffer.buffer.getNativeHandle());
 }
 
 Return<VirOptResult> VirCameraCallback::unregisterBuffer(uint32_t sessionId, const hidl_vec<VirBufferCache>& caches) {
@@ -224,7 +225,7 @@ Return<VirOptResult> VirCameraCallback::unregisterBuffer(uint32_t sessionId, con
 }
 
 int32_t VirCameraCallback::UnregistOneBuffer(int32_t streamId, unsigned long bufferId) {
-    return mStreamBuffers.Remove(streamId, bufferId);
+    return RemoveStreamBuffer(streamId, bufferId);
 }
 
 Return<VirOptResult> VirCameraCallback::processMetaRequest(uint32_t sessionId, const VirMetaRequest& request) {
@@ -236,30 +237,6 @@ Return<VirOptResult> VirCameraCallback::processMetaRequest(uint32_t sessionId, c
     std::vector<VirCameraMetaInfo> metas;
     HidlRecordConvert::MetaItemsConvert(metas, request.items);
     return ToHalStatus(callback->OnProcessMetaRequest(sessionId, request.metaId, metas));
-}
-
-void* VirCameraCallback::LockVideoBuffer(int32_t /*uniqueID*/, int32_t streamId, unsigned long bufferId,
-                                         void** outHandleData) {
-    ATRACE_NAME("HIDL lockVideoBuffer");
-    return mStreamBuffers.Lock(streamId, bufferId, outHandleData);
-}
-
-int32_t VirCameraCallback::UnLockVideoBuffer(int32_t /*uniqueID*/, int32_t streamId, unsigned long bufferId,
-                                             int32_t& outReleaseFence) {
-    ATRACE_NAME("HIDL unlockVideoBuffer");
-    return mStreamBuffers.Unlock(streamId, bufferId, outReleaseFence);
-}
-
-void VirCameraCallback::ReleaseStreamBuffers() {
-    mStreamBuffers.ReleaseAll();
-}
-
-void VirCameraCallback::ClearMapper() {
-    mStreamBuffers.ClearMapper();
-}
-
-void VirCameraCallback::FlushCache(const native_handle_t* handle) {
-    mStreamBuffers.FlushCache(handle);
 }
 
 }  // namespace android
