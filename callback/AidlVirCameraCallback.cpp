@@ -4,14 +4,14 @@
 
 #include "callback/AidlVirCameraCallback.h"
 
-#include <linux/dma-buf.h>
-#include <sys/ioctl.h>
+#include <iterator>
 
 #include <aidlcommonsupport/NativeHandle.h>
 #include <json/value.h>
 #include <log/log.h>
 #include <utils/Trace.h>
 
+#include "callback/AidlMapperDeathWatcher.h"
 #include "client/AidlVirtualCameraClient.h"
 #include "common/JsonUtil.h"
 #include "common/VirCameraConstants.h"
@@ -65,13 +65,6 @@ constexpr int32_t ERR_NO_HANDLE = -200008;
 constexpr int32_t ERR_BAD_JSON = -200012;
 constexpr int32_t ERR_DUP_FAILED = -200021;
 
-// Logs one cache entry going away.
-class AidlStreamBuffer final : public StreamBuffer {
-public:
-    using StreamBuffer::StreamBuffer;
-    ~AidlStreamBuffer() override { ALOGD("%s streamid=%d, bufferId=%d", "~StreamBuffer", streamId, bufferId); }
-};
-
 // The caller of a native_handle from dupFromAidl owns its descriptors and memory.
 struct DupedHandleDeleter {
     void operator()(native_handle_t* handle) const {
@@ -80,40 +73,84 @@ struct DupedHandleDeleter {
     }
 };
 
+constexpr StatusLine STATUS_LINES[] = {
+    {BufferOp::IMPORT, CacheStatus::EMPTY, ANDROID_LOG_WARN,
+     "ProcessOneImageRequest: can not find avaliable streamBuffer, streamId %d bufferId %d", LineArgs::IDS,
+     ERR_NO_HANDLE},
+    {BufferOp::IMPORT, CacheStatus::NO_MAPPER, ANDROID_LOG_WARN, "Can't get mapper service streamId=%d,bufferId=%d",
+     LineArgs::IDS, ERR_NO_MAPPER},
+    {BufferOp::IMPORT, CacheStatus::IMPORT_FAILED, ANDROID_LOG_ERROR,
+     "ProcessOneImageRequest: mapper importBuffer failed: errMap %d", LineArgs::ERROR, ERR_IMPORT_FAILED},
+    {BufferOp::LOCK, CacheStatus::IN_RELEASE, ANDROID_LOG_WARN,
+     "LockVideoBuffer: lock failed because in release, streamId %d bufferId %lld", LineArgs::IDS_WIDE, -1},
+    {BufferOp::LOCK, CacheStatus::NO_MAPPER, ANDROID_LOG_WARN,
+     "LockVideoBuffer: lock failed because null mapper, streamId=%d bufferId=%lld", LineArgs::IDS_WIDE, -1},
+    {BufferOp::LOCK, CacheStatus::NO_ENTRY, ANDROID_LOG_WARN,
+     "LockVideoBuffer: lock failed because no cache, streamId=%d bufferId=%lld", LineArgs::IDS_WIDE, -1},
+    {BufferOp::LOCK, CacheStatus::LOCK_FAILED, ANDROID_LOG_WARN,
+     "LockVideoBuffer: lock failed because lock err, streamId=%d bufferId=%lld ret=%d", LineArgs::IDS_WIDE_ERROR,
+     -1},
+    {BufferOp::UNLOCK, CacheStatus::NO_MAPPER, ANDROID_LOG_WARN,
+     "UnLockVideoBuffer: unlock failed because null mapper, streamId %d bufferId %lld", LineArgs::IDS_WIDE, -1},
+    {BufferOp::UNLOCK, CacheStatus::NO_ENTRY, ANDROID_LOG_WARN,
+     "UnLockVideoBuffer: unlock failed because no cache, streamId=%d bufferId=%lld", LineArgs::IDS_WIDE, -1},
+};
+
+constexpr ChannelTexts TEXTS = {
+    LOG_TAG,
+    STATUS_LINES,
+    std::size(STATUS_LINES),
+    ERR_IMPORT_FAILED,  // unexpected import status
+    "~StreamBuffer streamid=%d, bufferId=%d",
+    "Can't RegServiceLinkDeath mapper ret:%d",
+    "FlushCache: sync cache failed, ret: %d",
+    "ProcessOneImageRequest: buffer version:%d fd:%d ints:%d",
+    "ProcessOneImageRequest mStreamBuffers.size():%zu",
+    true,  // unlocks write the CPU caches back first
+    "AIDL lockVideoBuffer",
+    "AIDL unlockVideoBuffer",
+};
+
+// The frame of both HAL methods: traces and logs the command, refuses a null reply,
+// lets `run` fill the reply.
+template <class Run>
+ndk::ScopedAStatus Answer(const char* method, int32_t cmd, AidlVirCameraCallback::StatusResult* reply, Run&& run) {
+    ATRACE_NAME(TraceName(cmd));
+    ALOGD("%s cmd:%d", method, cmd);
+    if (reply == nullptr) {
+        return ndk::ScopedAStatus::fromServiceSpecificError(ERR_NULL_REPLY);
+    }
+    run();
+    return ndk::ScopedAStatus::ok();
+}
+
 }  // namespace
 
 AidlVirCameraCallback::AidlVirCameraCallback(const std::weak_ptr<IVirCameraWrapperCallbackV2>& callback)
-    : mCallback(callback), mStreamBuffers(*this) {
+    : ChannelBufferCore(TEXTS,
+                        [this] {
+                            return sp<MapperWatcherBase>(
+                                new AidlMapperDeathWatcher(ref<AidlVirCameraCallback>()));
+                        }),
+      mCallback(callback) {
     ALOGD("%s", "AidlVirCameraCallback");
 }
 
 AidlVirCameraCallback::~AidlVirCameraCallback() {
     ALOGD("%s", "~AidlVirCameraCallback");
-    mStreamBuffers.ReleaseAll();
+    ReleaseStreamBuffers();
     ClearMapper();
 }
 
-int32_t AidlVirCameraCallback::CallCaller(int32_t cmd, const std::string& json, std::string* replyData) {
+int32_t AidlVirCameraCallback::CallCaller(int32_t cmd, const std::string& json, std::vector<CommonData>* items,
+                                          std::string* replyData) {
     std::shared_ptr<IVirCameraWrapperCallbackV2> callback = mCallback.lock();
     if (callback == nullptr) {
         ALOGW("wrapper callback has expired.");
         return ERR_CALLBACK_EXPIRED;
     }
-    CallbackResult result = callback->OnCommand(cmd, json);
-    if (replyData != nullptr) {
-        *replyData = std::move(result.data);
-    }
-    return result.result;
-}
-
-int32_t AidlVirCameraCallback::CallCallerWithData(int32_t cmd, const std::string& json, std::vector<CommonData>& items,
-                                                  std::string* replyData) {
-    std::shared_ptr<IVirCameraWrapperCallbackV2> callback = mCallback.lock();
-    if (callback == nullptr) {
-        ALOGW("wrapper callback has expired.");
-        return ERR_CALLBACK_EXPIRED;
-    }
-    CallbackResult result = callback->OnCommandWithData(cmd, json, items);
+    CallbackResult result =
+        items == nullptr ? callback->OnCommand(cmd, json) : callback->OnCommandWithData(cmd, json, *items);
     if (replyData != nullptr) {
         *replyData = std::move(result.data);
     }
@@ -122,73 +159,65 @@ int32_t AidlVirCameraCallback::CallCallerWithData(int32_t cmd, const std::string
 
 ndk::ScopedAStatus AidlVirCameraCallback::processCmdRequest(int32_t cmd, const std::string& json,
                                                             StatusResult* reply) {
-    ATRACE_NAME(TraceName(cmd));
-    ALOGD("%s cmd:%d", "processCmdRequest", cmd);
-    if (reply == nullptr) {
-        return ndk::ScopedAStatus::fromServiceSpecificError(ERR_NULL_REPLY);
-    }
-    switch (cmd) {
-        case CMD_CONFIG_STREAM:
-        case CMD_FLUSH:
-            // Buffers of the old configuration are released whatever the caller answered,
-            // but not when no caller was there to answer.
-            if (mCallback.expired()) {
-                ALOGW("wrapper callback has expired.");
-                reply->status = ERR_CALLBACK_EXPIRED;
+    return Answer("processCmdRequest", cmd, reply, [&] {
+        switch (cmd) {
+            case CMD_CONFIG_STREAM:
+            case CMD_FLUSH:
+                // Buffers of the old configuration are released whatever the caller answered,
+                // but not when no caller was there to answer.
+                if (mCallback.expired()) {
+                    ALOGW("wrapper callback has expired.");
+                    reply->status = ERR_CALLBACK_EXPIRED;
+                    break;
+                }
+                reply->status = CallCaller(cmd, json, nullptr, nullptr);
+                ReleaseStreamBuffers();
                 break;
-            }
-            reply->status = CallCaller(cmd, json, nullptr);
-            mStreamBuffers.ReleaseAll();
-            break;
-        case CMD_OPEN_CONTROL_SESSION:
-        case CMD_OPEN_DATA_SESSION:
-            reply->status = CallCaller(cmd, json, &reply->data);
-            break;
-        case CMD_CLOSE_CONTROL_SESSION:
-        case CMD_CLOSE_DATA_SESSION:
-            reply->status = CallCaller(cmd, json, nullptr);
-            break;
-        case CMD_SWITCH_ON_RESULT:
-            reply->status = AidlVirtualCameraClient::Get().NotifySwitchOnVirtualCameraResult(json);
-            break;
-        case CMD_SWITCH_OFF_RESULT:
-            reply->status = AidlVirtualCameraClient::Get().NotifySwitchOffVirtualCameraResult(json);
-            break;
-        case CMD_CLEAR_SWITCH_SERVICE:
-            AidlVirtualCameraClient::Get().ClearSwitchService();
-            reply->status = 0;
-            break;
-        default:  // including 10007, which this side refuses
-            ALOGD("%s: processCmdRequest this cmd error: %d", "processCmdRequest", cmd);
-            reply->status = ERR_UNKNOWN_CMD;
-            break;
-    }
-    return ndk::ScopedAStatus::ok();
+            case CMD_OPEN_CONTROL_SESSION:
+            case CMD_OPEN_DATA_SESSION:
+                reply->status = CallCaller(cmd, json, nullptr, &reply->data);
+                break;
+            case CMD_CLOSE_CONTROL_SESSION:
+            case CMD_CLOSE_DATA_SESSION:
+                reply->status = CallCaller(cmd, json, nullptr, nullptr);
+                break;
+            case CMD_SWITCH_ON_RESULT:
+                reply->status = AidlVirtualCameraClient::Get().NotifySwitchOnVirtualCameraResult(json);
+                break;
+            case CMD_SWITCH_OFF_RESULT:
+                reply->status = AidlVirtualCameraClient::Get().NotifySwitchOffVirtualCameraResult(json);
+                break;
+            case CMD_CLEAR_SWITCH_SERVICE:
+                AidlVirtualCameraClient::Get().ClearSwitchService();
+                reply->status = 0;
+                break;
+            default:  // including 10007, which this side refuses
+                ALOGD("%s: processCmdRequest this cmd error: %d", "processCmdRequest", cmd);
+                reply->status = ERR_UNKNOWN_CMD;
+                break;
+        }
+    });
 }
 
 ndk::ScopedAStatus AidlVirCameraCallback::processInfoData(int32_t cmd, const std::string& json,
                                                           const std::vector<InfoData>& items, StatusResult* reply) {
-    ATRACE_NAME(TraceName(cmd));
-    ALOGD("%s cmd:%d", "processInfoData", cmd);
-    if (reply == nullptr) {
-        return ndk::ScopedAStatus::fromServiceSpecificError(ERR_NULL_REPLY);
-    }
-    switch (cmd) {
-        case CMD_META_REQUEST:
-        case CMD_UNREGISTER_BUFFER: {
-            // The items are not used; an unregister leaves the cache as it is.
-            std::vector<CommonData> none;
-            reply->status = CallCallerWithData(cmd, json, none, nullptr);
-            break;
+    return Answer("processInfoData", cmd, reply, [&] {
+        switch (cmd) {
+            case CMD_META_REQUEST:
+            case CMD_UNREGISTER_BUFFER: {
+                // The items are not used; an unregister leaves the cache as it is.
+                std::vector<CommonData> none;
+                reply->status = CallCaller(cmd, json, &none, nullptr);
+                break;
+            }
+            case CMD_IMAGE_REQUEST:
+                reply->status = ProcessImageRequest(json, items, reply->data);
+                break;
+            default:
+                reply->status = ERR_UNKNOWN_CMD;
+                break;
         }
-        case CMD_IMAGE_REQUEST:
-            reply->status = ProcessImageRequest(json, items, reply->data);
-            break;
-        default:
-            reply->status = ERR_UNKNOWN_CMD;
-            break;
-    }
-    return ndk::ScopedAStatus::ok();
+    });
 }
 
 int32_t AidlVirCameraCallback::ProcessImageRequest(const std::string& json, const std::vector<InfoData>& items,
@@ -210,7 +239,7 @@ int32_t AidlVirCameraCallback::ProcessImageRequest(const std::string& json, cons
         // Every item reaches the caller; a failed import shows up when it locks.
         (void)ProcessOneImageRequest(buffer);
     }
-    return CallCallerWithData(CMD_IMAGE_REQUEST, json, list, &out);
+    return CallCaller(CMD_IMAGE_REQUEST, json, &list, &out);
 }
 
 int32_t AidlVirCameraCallback::ProcessOneImageRequest(const VirImageBuffer& buffer) {
@@ -223,116 +252,7 @@ int32_t AidlVirCameraCallback::ProcessOneImageRequest(const VirImageBuffer& buff
             return ERR_DUP_FAILED;
         }
     }
-    CacheResult result = mStreamBuffers.Import(key, raw.get(), [&key, &raw] {
-        ALOGD("stream buffer is empty, insert a new buffer, streamId %d bufferId %d", key.streamId, key.bufferId);
-        ALOGI("%s: buffer version:%d fd:%d ints:%d", "ProcessOneImageRequest", raw->version, raw->numFds,
-              raw->numInts);
-    });
-    switch (result.status) {
-        case CacheStatus::OK:
-            if (raw != nullptr) {
-                ALOGI("ProcessOneImageRequest mStreamBuffers.size():%zu", mStreamBuffers.Size());
-            }
-            return 0;
-        case CacheStatus::EMPTY:
-            ALOGW("%s: can not find avaliable streamBuffer, streamId %d bufferId %d", "ProcessOneImageRequest",
-                  key.streamId, key.bufferId);
-            return ERR_NO_HANDLE;
-        case CacheStatus::NO_MAPPER:
-            ALOGW("Can't get mapper service streamId=%d,bufferId=%d", key.streamId, key.bufferId);
-            return ERR_NO_MAPPER;
-        case CacheStatus::IMPORT_FAILED:
-            ALOGE("%s: mapper importBuffer failed: errMap %d", "ProcessOneImageRequest", result.error);
-            return ERR_IMPORT_FAILED;
-        default:
-            ALOGE("%s: unexpected cache status %d", "ProcessOneImageRequest", static_cast<int>(result.status));
-            return ERR_IMPORT_FAILED;
-    }
-}
-
-void* AidlVirCameraCallback::LockVideoBuffer(int32_t /*uniqueID*/, int32_t streamId, unsigned long bufferId,
-                                             void** outHandleData) {
-    ATRACE_NAME("AIDL lockVideoBuffer");
-    void* address = nullptr;
-    CacheResult result = mStreamBuffers.Lock(StreamBufferID::From(streamId, bufferId), outHandleData, address);
-    const long long id = static_cast<long long>(bufferId);
-    switch (result.status) {
-        case CacheStatus::OK:
-            return address;
-        case CacheStatus::IN_RELEASE:
-            ALOGW("%s: lock failed because in release, streamId %d bufferId %lld", "LockVideoBuffer", streamId, id);
-            return nullptr;
-        case CacheStatus::NO_MAPPER:
-            ALOGW("%s: lock failed because null mapper, streamId=%d bufferId=%lld", "LockVideoBuffer", streamId, id);
-            return nullptr;
-        case CacheStatus::NO_ENTRY:
-            ALOGW("%s: lock failed because no cache, streamId=%d bufferId=%lld", "LockVideoBuffer", streamId, id);
-            return nullptr;
-        case CacheStatus::LOCK_FAILED:
-            ALOGW("%s: lock failed because lock err, streamId=%d bufferId=%lld ret=%d", "LockVideoBuffer", streamId,
-                  id, result.error);
-            return nullptr;
-        default:
-            ALOGE("%s: unexpected cache status %d", "LockVideoBuffer", static_cast<int>(result.status));
-            return nullptr;
-    }
-}
-
-int32_t AidlVirCameraCallback::UnLockVideoBuffer(int32_t /*uniqueID*/, int32_t streamId, unsigned long bufferId,
-                                                 int32_t& outReleaseFence) {
-    ATRACE_NAME("AIDL unlockVideoBuffer");
-    CacheResult result = mStreamBuffers.Unlock(StreamBufferID::From(streamId, bufferId), outReleaseFence);
-    const long long id = static_cast<long long>(bufferId);
-    switch (result.status) {
-        case CacheStatus::OK:
-            return 0;
-        case CacheStatus::NO_MAPPER:
-            ALOGW("%s: unlock failed because null mapper, streamId %d bufferId %lld", "UnLockVideoBuffer", streamId, id);
-            return -1;
-        case CacheStatus::NO_ENTRY:
-            ALOGW("%s: unlock failed because no cache, streamId=%d bufferId=%lld", "UnLockVideoBuffer", streamId, id);
-            return -1;
-        default:
-            ALOGE("%s: unexpected cache status %d", "UnLockVideoBuffer", static_cast<int>(result.status));
-            return -1;
-    }
-}
-
-std::shared_ptr<VirMapperBase> AidlVirCameraCallback::GetMapper() {
-    auto lookup = mMapperWatcher.Get([this] {
-        return sp<AidlMapperDeathWatcher>(new AidlMapperDeathWatcher(ref<AidlVirCameraCallback>()));
-    });
-    if (!lookup.missingOnce.empty()) {
-        ALOGE("%s", lookup.missingOnce.c_str());
-    }
-    if (lookup.created) {
-        if (lookup.registerResult != 0) {
-            ALOGW("Can't RegServiceLinkDeath mapper ret:%d", lookup.registerResult);
-        } else {
-            ALOGD("RegServiceLinkDeath mapper OK");
-        }
-    }
-    return lookup.mapper;
-}
-
-void AidlVirCameraCallback::ClearMapper() {
-    mMapperWatcher.Clear();
-}
-
-std::shared_ptr<StreamBuffer> AidlVirCameraCallback::MakeStreamBuffer(int32_t streamId, int32_t bufferId,
-                                                                      const native_handle_t* handle) {
-    return std::make_shared<AidlStreamBuffer>(streamId, bufferId, handle);
-}
-
-void AidlVirCameraCallback::FlushCache(const native_handle_t* handle) {
-    int ret = -1;
-    if (handle != nullptr && handle->numFds >= 1) {
-        dma_buf_sync sync = {DMA_BUF_SYNC_WRITE | DMA_BUF_SYNC_END};
-        ret = ioctl(handle->data[0], DMA_BUF_IOCTL_SYNC, &sync);
-    }
-    if (ret < 0) {
-        ALOGE("%s: sync cache failed, ret: %d", "FlushCache", ret);
-    }
+    return ImportStreamBuffer(key, raw.get());
 }
 
 }  // namespace android

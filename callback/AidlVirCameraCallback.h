@@ -7,9 +7,7 @@
 #include <aidl/vendor/zuvek/hardware/camera/vircamera/BnVirCameraChannelCallback.h>
 
 #include "IVirCameraWrapper.h"
-#include "callback/AidlMapperDeathWatcher.h"
-#include "callback/MapperWatcherSlot.h"
-#include "callback/StreamBufferCache.h"
+#include "callback/ChannelBufferCore.h"
 
 namespace android {
 
@@ -18,7 +16,7 @@ namespace android {
 // Image commands carry buffers as NativeHandles, imported once into the stream buffer
 // cache where the caller locks them through SendData. Binder threads call it.
 class AidlVirCameraCallback : public aidl::vendor::zuvek::hardware::camera::vircamera::BnVirCameraChannelCallback,
-                              private StreamBufferOwner {
+                              public ChannelBufferCore {
 public:
     using StatusResult = aidl::vendor::zuvek::hardware::camera::vircamera::StatusResult;
     using InfoData = aidl::vendor::zuvek::hardware::camera::vircamera::InfoData;
@@ -36,15 +34,10 @@ public:
     ndk::ScopedAStatus processInfoData(int32_t cmd, const std::string& json, const std::vector<InfoData>& items,
                                        StatusResult* reply) override;
 
-    // Same contract as the HIDL channel callback's, with distinct log lines; the unlock
-    // also writes the CPU caches back to the dma-buf first.
-    void* LockVideoBuffer(int32_t uniqueID, int32_t streamId, unsigned long bufferId, void** outHandleData);
-    int32_t UnLockVideoBuffer(int32_t uniqueID, int32_t streamId, unsigned long bufferId,
-                              int32_t& outReleaseFence);
+    // LockVideoBuffer and UnLockVideoBuffer come from ChannelBufferCore, with this
+    // transport's log lines; the unlock also writes the CPU caches back to the dma-buf first.
     // The caller's callback, or null when it has expired.
     std::shared_ptr<IVirCameraWrapperCallbackV2> GetWrapperCallback() const { return mCallback.lock(); }
-    void ClearMapper();
-    void FlushCache(const native_handle_t* handle);
 
 private:
     struct VirImageBuffer {
@@ -54,20 +47,13 @@ private:
         const aidl::android::hardware::common::NativeHandle* buffer;
     };
 
-    int32_t CallCaller(int32_t cmd, const std::string& json, std::string* replyData);
-    int32_t CallCallerWithData(int32_t cmd, const std::string& json, std::vector<CommonData>& items,
-                               std::string* replyData);
+    // Passes a command to the caller's callback, with `items` when set; the caller's
+    // result (its data to `replyData` when set), or -200004 when the callback expired.
+    int32_t CallCaller(int32_t cmd, const std::string& json, std::vector<CommonData>* items, std::string* replyData);
     int32_t ProcessImageRequest(const std::string& json, const std::vector<InfoData>& items, std::string& out);
     int32_t ProcessOneImageRequest(const VirImageBuffer& buffer);
 
-    std::shared_ptr<VirMapperBase> GetMapper() override;
-    std::shared_ptr<StreamBuffer> MakeStreamBuffer(int32_t streamId, int32_t bufferId,
-                                                   const native_handle_t* handle) override;
-    void BeforeUnlock(const native_handle_t* handle) override { FlushCache(handle); }
-
     const std::weak_ptr<IVirCameraWrapperCallbackV2> mCallback;
-    MapperWatcherSlot<AidlMapperDeathWatcher> mMapperWatcher;
-    StreamBufferCache mStreamBuffers;
 };
 
 }  // namespace android

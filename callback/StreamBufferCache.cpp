@@ -13,8 +13,7 @@ constexpr useconds_t RELEASE_RETRY_SLEEP_US = 5000;
 
 }  // namespace
 
-CacheResult StreamBufferCache::Import(StreamBufferID key, const native_handle_t* raw,
-                                      const std::function<void()>& beforeImport) {
+CacheResult StreamBufferCache::Import(StreamBufferID key, const native_handle_t* raw) {
     if (raw == nullptr) {
         // Requests for buffers the library already holds come without a handle.
         Mutex::Autolock lock(mMutex);
@@ -27,17 +26,15 @@ CacheResult StreamBufferCache::Import(StreamBufferID key, const native_handle_t*
         return {CacheStatus::NO_MAPPER};
     }
     Mutex::Autolock lock(mMutex);
-    beforeImport();
+    mOwner.BeforeImport(key, raw);
     if (auto old = mStreamBuffers.find(key); old != mStreamBuffers.end()) {
-        const native_handle* handle = old->second->handle;
-        mapper->FreeBuffer(handle);
-        mStreamBuffers.erase(old);
+        Forget(old, mapper);
     }
     const native_handle* imported = nullptr;
     if (int ret = mapper->ImportBuffer(hardware::hidl_handle(raw), imported); ret != 0) {
         return {CacheStatus::IMPORT_FAILED, ret};
     }
-    mStreamBuffers.emplace(key, mOwner.MakeStreamBuffer(key.streamId, key.bufferId, imported));
+    mStreamBuffers.emplace(key, std::make_shared<StreamBuffer>(key.streamId, key.bufferId, imported, mapper));
     return {};
 }
 
@@ -49,16 +46,13 @@ CacheResult StreamBufferCache::Lock(StreamBufferID key, void** handleData, void*
     if (mapper == nullptr) {
         return {CacheStatus::NO_MAPPER};
     }
-    const native_handle* handle = nullptr;
-    {
-        Mutex::Autolock lock(mMutex);
-        auto entry = mStreamBuffers.find(key);
-        if (entry == mStreamBuffers.end()) {
-            return {CacheStatus::NO_ENTRY};
-        }
-        entry->second->locked = true;
-        handle = entry->second->handle;
+    // Released on return, outside the cache lock: if the HAL dropped the buffer meanwhile,
+    // this thread frees it (the mapper runs in the process, any thread may call it).
+    const std::shared_ptr<StreamBuffer> pinned = PinForLock(key);
+    if (pinned == nullptr) {
+        return {CacheStatus::NO_ENTRY};
     }
+    const native_handle* handle = pinned->handle;
     if (handleData != nullptr) {
         *handleData = const_cast<int*>(handle->data);
     }
@@ -68,7 +62,18 @@ CacheResult StreamBufferCache::Lock(StreamBufferID key, void** handleData, void*
     return {};
 }
 
-CacheResult StreamBufferCache::Unlock(StreamBufferID key, int& releaseFence) {
+std::shared_ptr<StreamBuffer> StreamBufferCache::PinForLock(StreamBufferID key) {
+    Mutex::Autolock lock(mMutex);
+    auto entry = mStreamBuffers.find(key);
+    if (entry == mStreamBuffers.end()) {
+        return nullptr;
+    }
+    entry->second->locked = true;
+    return entry->second;
+}
+
+template <class Use>
+CacheResult StreamBufferCache::WithEntry(StreamBufferID key, Use&& use) {
     std::shared_ptr<VirMapperBase> mapper = mOwner.GetMapper();
     if (mapper == nullptr) {
         return {CacheStatus::NO_MAPPER};
@@ -78,32 +83,34 @@ CacheResult StreamBufferCache::Unlock(StreamBufferID key, int& releaseFence) {
     if (entry == mStreamBuffers.end()) {
         return {CacheStatus::NO_ENTRY};
     }
-    entry->second->locked = false;
-    const native_handle* handle = entry->second->handle;
-    mOwner.BeforeUnlock(handle);
-    int fence = -1;
-    mapper->UnLock(handle, fence);
-    releaseFence = fence;
+    use(entry, std::move(mapper));
     return {};
+}
+
+// The unlock runs entirely under the cache lock, where the entry cannot go away, so it
+// needs no reference of its own; it also keeps a flush or re-import from freeing the
+// buffer between the lock mark being cleared and the mapper's unlock.
+CacheResult StreamBufferCache::Unlock(StreamBufferID key, int& releaseFence) {
+    auto unlock = [this, &releaseFence](Map::iterator entry, std::shared_ptr<VirMapperBase> mapper)
+                      REQUIRES(mMutex) {
+        entry->second->locked = false;
+        const native_handle* handle = entry->second->handle;
+        mOwner.BeforeUnlock(handle);
+        int fence = -1;
+        mapper->UnLock(handle, fence);
+        releaseFence = fence;
+    };
+    return WithEntry(key, unlock);
 }
 
 CacheResult StreamBufferCache::Remove(StreamBufferID key) {
     if (!Contains(key)) {
         return {CacheStatus::NO_ENTRY};
     }
-    std::shared_ptr<VirMapperBase> mapper = mOwner.GetMapper();
-    if (mapper == nullptr) {
-        return {CacheStatus::NO_MAPPER};
-    }
-    Mutex::Autolock lock(mMutex);
-    auto entry = mStreamBuffers.find(key);
-    if (entry == mStreamBuffers.end()) {
-        return {CacheStatus::NO_ENTRY};
-    }
-    const native_handle* handle = entry->second->handle;
-    mapper->FreeBuffer(handle);
-    mStreamBuffers.erase(entry);
-    return {};
+    auto forget = [this](Map::iterator entry, std::shared_ptr<VirMapperBase> mapper) REQUIRES(mMutex) {
+        Forget(entry, std::move(mapper));
+    };
+    return WithEntry(key, forget);
 }
 
 bool StreamBufferCache::ReleaseOnce() {
@@ -135,13 +142,20 @@ bool StreamBufferCache::Walk(const std::shared_ptr<VirMapperBase>& mapper) {
             std::this_thread::yield();
             continue;
         }
-        if (mapper != nullptr) {
-            const native_handle* handle = entry->second->handle;
-            mapper->FreeBuffer(handle);
-        }
-        entry = mStreamBuffers.erase(entry);
+        entry = Forget(entry, mapper);
     }
     return released;
+}
+
+StreamBufferCache::Map::iterator StreamBufferCache::Forget(Map::iterator entry,
+                                                           std::shared_ptr<VirMapperBase> mapper) {
+    std::shared_ptr<StreamBuffer> buffer = std::move(entry->second);
+    const StreamBufferID key = entry->first;
+    entry = mStreamBuffers.erase(entry);
+    buffer->FreeThrough(std::move(mapper));
+    buffer.reset();  // frees now, unless a lock in progress still holds the buffer
+    mOwner.Forgotten(key);
+    return entry;
 }
 
 void StreamBufferCache::ReleaseAll() {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <functional>
 #include <map>
 #include <memory>
 
@@ -14,16 +13,17 @@
 
 namespace android {
 
-// What a channel callback provides to the buffer cache it owns.
+// What a channel provides to the buffer cache it owns.
 class StreamBufferOwner {
 public:
     // The current mapper adapter, creating the mapper watcher on first use; empty if none.
     virtual std::shared_ptr<VirMapperBase> GetMapper() = 0;
-    // A cache entry for a freshly imported handle.
-    virtual std::shared_ptr<StreamBuffer> MakeStreamBuffer(int32_t streamId, int32_t bufferId,
-                                                           const native_handle_t* handle) = 0;
+    // Runs under the cache lock once a mapper was found, before `raw` is imported.
+    virtual void BeforeImport(StreamBufferID /*key*/, const native_handle_t* /*raw*/) {}
     // Runs under the cache lock right before a buffer is unlocked.
     virtual void BeforeUnlock(const native_handle_t* /*handle*/) {}
+    // Runs under the cache lock once the cache dropped an entry.
+    virtual void Forgotten(StreamBufferID /*key*/) {}
 
 protected:
     ~StreamBufferOwner() = default;
@@ -41,6 +41,9 @@ struct CacheResult {
 // library runs, nor while the mapper is fetched (that may look the mapper service up).
 // The mapper's import, free and unlock run under it (the mapper runs in the process);
 // its lock calls happen outside it so a slow CPU mapping does not stall image requests.
+// A lock pins its buffer for the length of the call: an unregister, re-import or release
+// meanwhile drops only the cache's reference, and the locking thread frees the buffer
+// when it lets go, outside the cache lock.
 // Release walks never step past a locked buffer: a caller must unlock what it locked
 // before a release can finish.
 class StreamBufferCache {
@@ -49,9 +52,8 @@ public:
 
     // Caches an import of `raw` under `key`, replacing (and freeing) an entry with the
     // same key. A null `raw` succeeds when the cache holds any entry at all, whatever
-    // its key, and answers EMPTY otherwise. `beforeImport` runs once a mapper was found.
-    CacheResult Import(StreamBufferID key, const native_handle_t* raw,
-                       const std::function<void()>& beforeImport) EXCLUDES(mMutex);
+    // its key, and answers EMPTY otherwise.
+    CacheResult Import(StreamBufferID key, const native_handle_t* raw) EXCLUDES(mMutex);
     // Marks the buffer locked and maps it; `handleData`, when not null, receives the
     // handle's data array. On OK `address` is the CPU mapping.
     CacheResult Lock(StreamBufferID key, void** handleData, void*& address) EXCLUDES(mMutex);
@@ -68,14 +70,25 @@ public:
     size_t Size() const EXCLUDES(mMutex);
 
 private:
+    using Map = std::map<StreamBufferID, std::shared_ptr<StreamBuffer>>;
+
     bool Contains(StreamBufferID key) const EXCLUDES(mMutex);
+    // Fetches the mapper, then runs `use(entry, mapper)` on the entry of `key` under the
+    // cache lock; NO_MAPPER or NO_ENTRY when either is missing.
+    template <class Use>
+    CacheResult WithEntry(StreamBufferID key, Use&& use) EXCLUDES(mMutex);
+    // The entry under `key` marked locked, with a reference of the caller's; null if none.
+    std::shared_ptr<StreamBuffer> PinForLock(StreamBufferID key) EXCLUDES(mMutex);
+    // Drops the cache's reference to one entry; the buffer is freed through `mapper` (not
+    // at all when empty) by whoever holds the last reference. The next entry.
+    Map::iterator Forget(Map::iterator entry, std::shared_ptr<VirMapperBase> mapper) REQUIRES(mMutex);
     // Frees (when `mapper` is set) and forgets every entry, stopping at a locked one.
     bool Walk(const std::shared_ptr<VirMapperBase>& mapper) REQUIRES(mMutex);
 
     StreamBufferOwner& mOwner;
     std::atomic<bool> mInRelease{false};
     mutable Mutex mMutex;  // guards the map and every StreamBuffer in it
-    std::map<StreamBufferID, std::shared_ptr<StreamBuffer>> mStreamBuffers GUARDED_BY(mMutex);
+    Map mStreamBuffers GUARDED_BY(mMutex);
 };
 
 }  // namespace android

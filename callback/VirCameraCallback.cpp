@@ -4,16 +4,14 @@
 
 #include "callback/VirCameraCallback.h"
 
-#include <linux/dma-buf.h>
-#include <sys/ioctl.h>
-
-#include <cerrno>
-#include <cstring>
+#include <iterator>
 
 #include <log/log.h>
 #include <utils/Trace.h>
 
 #include "callback/HidlRecordConvert.h"
+#include "callback/MapperDeathWatcher.h"
+#include "callback/PerCallList.h"
 #include "common/AnonyString.h"
 
 namespace android {
@@ -37,19 +35,51 @@ VirOptResult ToHalStatus(int32_t callerResult) {
     return callerResult == 0 ? VirOptResult::SUCCESS : VirOptResult::FAILED;
 }
 
-// Logs one cache entry going away.
-class HidlStreamBuffer final : public StreamBuffer {
-public:
-    using StreamBuffer::StreamBuffer;
-    ~HidlStreamBuffer() override {
-        ALOGD("VirCameraCallback ~~StreamBuffer streamid=%d,bufferId=%d", streamId, bufferId);
-    }
+constexpr StatusLine STATUS_LINES[] = {
+    {BufferOp::IMPORT, CacheStatus::EMPTY, ANDROID_LOG_WARN,
+     "can not find avaliable streamBuffer, streamId %d bufferId %d", LineArgs::IDS, -1},
+    {BufferOp::IMPORT, CacheStatus::NO_MAPPER, ANDROID_LOG_WARN, "Can't get mapper service streamId=%d,bufferId=%d",
+     LineArgs::IDS, -1},
+    {BufferOp::IMPORT, CacheStatus::IMPORT_FAILED, ANDROID_LOG_WARN,
+     "ProcessOneImageRequest: mapper importBuffer failed: errMap %d", LineArgs::ERROR, -1},
+    {BufferOp::REMOVE, CacheStatus::NO_ENTRY, ANDROID_LOG_WARN, "Can't get stream buffer streamId=%d,bufferId=%lld",
+     LineArgs::IDS_WIDE, -1},
+    {BufferOp::REMOVE, CacheStatus::NO_MAPPER, ANDROID_LOG_WARN, "Can't get mapper service streamId=%d,bufferId=%lld",
+     LineArgs::IDS_WIDE, -1},
+    // A lock during a release is refused without a word.
+    {BufferOp::LOCK, CacheStatus::IN_RELEASE, 0, nullptr, LineArgs::IDS_WIDE, -1},
+    {BufferOp::LOCK, CacheStatus::NO_MAPPER, ANDROID_LOG_WARN, "Can't get mapper service streamId=%d,bufferId=%lld",
+     LineArgs::IDS_WIDE, -1},
+    {BufferOp::LOCK, CacheStatus::NO_ENTRY, ANDROID_LOG_DEBUG, "Can't get stream buffer streamId=%d,bufferId=%lld",
+     LineArgs::IDS_WIDE, -1},
+    {BufferOp::LOCK, CacheStatus::LOCK_FAILED, ANDROID_LOG_WARN,
+     "LockVideoBuffer: lock and get img buffer failed,  error %d", LineArgs::ERROR, -1},
+    {BufferOp::UNLOCK, CacheStatus::NO_MAPPER, ANDROID_LOG_WARN,
+     "Can't get mapper service streamId=%d,bufferId=%lld", LineArgs::IDS_WIDE, -1},
+    {BufferOp::UNLOCK, CacheStatus::NO_ENTRY, ANDROID_LOG_WARN, "Can't get stream buffer streamId=%d,bufferId=%lld",
+     LineArgs::IDS_WIDE, -1},
+};
+
+constexpr ChannelTexts TEXTS = {
+    LOG_TAG,
+    STATUS_LINES,
+    std::size(STATUS_LINES),
+    -1,  // unexpected import status
+    "VirCameraCallback ~~StreamBuffer streamid=%d,bufferId=%d",
+    "Can't RegServiceLinkDeath mapper",
+    "sync cache failed, ret: %d, err: %s",
+    nullptr,  // nothing said about an imported handle
+    nullptr,  // nor about the cache size
+    false,    // unlocks do not sync the CPU caches
+    "HIDL lockVideoBuffer",
+    "HIDL unlockVideoBuffer",
 };
 
 }  // namespace
 
 VirCameraCallback::VirCameraCallback(const std::weak_ptr<IVirCameraWrapperCallback>& callback)
-    : mCallback(callback), mStreamBuffers(*this) {
+    : ChannelBufferCore(TEXTS, [this] { return sp<MapperWatcherBase>(new MapperDeathWatcher(this)); }),
+      mCallback(callback) {
     ALOGD("VirCameraCallback");
 }
 
@@ -158,9 +188,8 @@ Return<void> VirCameraCallback::processImageRequest(uint32_t sessionId, const hi
         _hidl_cb(VirOptResult::FAILED, 0);
         return Void();
     }
-    // Reused across requests so that a steady stream allocates nothing per frame.
-    thread_local std::vector<VirCameraImageBuffer> requests;
-    requests.clear();
+    PerCallList<VirCameraImageBuffer> list;
+    std::vector<VirCameraImageBuffer>& requests = list.Get();
     for (const VirImageBuffer& buffer : buffers) {
         // A buffer that failed to import is still listed: the caller's lock then fails.
         (void)ProcessOneImageRequest(buffer);
@@ -173,26 +202,7 @@ Return<void> VirCameraCallback::processImageRequest(uint32_t sessionId, const hi
 }
 
 int32_t VirCameraCallback::ProcessOneImageRequest(const VirImageBuffer& buffer) {
-    const StreamBufferID key = StreamBufferID::From(buffer.streamId, buffer.bufferId);
-    CacheResult result = mStreamBuffers.Import(key, buffer.buffer.getNativeHandle(), [&key] {
-        ALOGD("stream buffer is empty, insert a new buffer, streamId %d bufferId %d", key.streamId, key.bufferId);
-    });
-    switch (result.status) {
-        case CacheStatus::OK:
-            return 0;
-        case CacheStatus::EMPTY:
-            ALOGW("can not find avaliable streamBuffer, streamId %d bufferId %d", key.streamId, key.bufferId);
-            return -1;
-        case CacheStatus::NO_MAPPER:
-            ALOGW("Can't get mapper service streamId=%d,bufferId=%d", key.streamId, key.bufferId);
-            return -1;
-        case CacheStatus::IMPORT_FAILED:
-            ALOGW("%s: mapper importBuffer failed: errMap %d", "ProcessOneImageRequest", result.error);
-            return -1;
-        default:
-            ALOGE("%s: unexpected cache status %d", "ProcessOneImageRequest", static_cast<int>(result.status));
-            return -1;
-    }
+    return ImportStreamBuffer(StreamBufferID::From(buffer.streamId, buffer.bufferId), buffer.buffer.getNativeHandle());
 }
 
 Return<VirOptResult> VirCameraCallback::unregisterBuffer(uint32_t sessionId, const hidl_vec<VirBufferCache>& caches) {
@@ -215,20 +225,7 @@ Return<VirOptResult> VirCameraCallback::unregisterBuffer(uint32_t sessionId, con
 }
 
 int32_t VirCameraCallback::UnregistOneBuffer(int32_t streamId, unsigned long bufferId) {
-    CacheResult result = mStreamBuffers.Remove(StreamBufferID::From(streamId, bufferId));
-    switch (result.status) {
-        case CacheStatus::OK:
-            return 0;
-        case CacheStatus::NO_ENTRY:
-            ALOGW("Can't get stream buffer streamId=%d,bufferId=%lld", streamId, static_cast<long long>(bufferId));
-            return -1;
-        case CacheStatus::NO_MAPPER:
-            ALOGW("Can't get mapper service streamId=%d,bufferId=%lld", streamId, static_cast<long long>(bufferId));
-            return -1;
-        default:
-            ALOGE("%s: unexpected cache status %d", "UnregistOneBuffer", static_cast<int>(result.status));
-            return -1;
-    }
+    return RemoveStreamBuffer(streamId, bufferId);
 }
 
 Return<VirOptResult> VirCameraCallback::processMetaRequest(uint32_t sessionId, const VirMetaRequest& request) {
@@ -240,90 +237,6 @@ Return<VirOptResult> VirCameraCallback::processMetaRequest(uint32_t sessionId, c
     std::vector<VirCameraMetaInfo> metas;
     HidlRecordConvert::MetaItemsConvert(metas, request.items);
     return ToHalStatus(callback->OnProcessMetaRequest(sessionId, request.metaId, metas));
-}
-
-void* VirCameraCallback::LockVideoBuffer(int32_t /*uniqueID*/, int32_t streamId, unsigned long bufferId,
-                                         void** outHandleData) {
-    ATRACE_NAME("HIDL lockVideoBuffer");
-    void* address = nullptr;
-    CacheResult result = mStreamBuffers.Lock(StreamBufferID::From(streamId, bufferId), outHandleData, address);
-    switch (result.status) {
-        case CacheStatus::OK:
-            return address;
-        case CacheStatus::IN_RELEASE:
-            return nullptr;
-        case CacheStatus::NO_MAPPER:
-            ALOGW("Can't get mapper service streamId=%d,bufferId=%lld", streamId, static_cast<long long>(bufferId));
-            return nullptr;
-        case CacheStatus::NO_ENTRY:
-            ALOGD("Can't get stream buffer streamId=%d,bufferId=%lld", streamId, static_cast<long long>(bufferId));
-            return nullptr;
-        case CacheStatus::LOCK_FAILED:
-            ALOGW("%s: lock and get img buffer failed,  error %d", "LockVideoBuffer", result.error);
-            return nullptr;
-        default:
-            ALOGE("%s: unexpected cache status %d", "LockVideoBuffer", static_cast<int>(result.status));
-            return nullptr;
-    }
-}
-
-int32_t VirCameraCallback::UnLockVideoBuffer(int32_t /*uniqueID*/, int32_t streamId, unsigned long bufferId,
-                                             int32_t& outReleaseFence) {
-    ATRACE_NAME("HIDL unlockVideoBuffer");
-    CacheResult result = mStreamBuffers.Unlock(StreamBufferID::From(streamId, bufferId), outReleaseFence);
-    switch (result.status) {
-        case CacheStatus::OK:
-            return 0;
-        case CacheStatus::NO_MAPPER:
-            ALOGW("Can't get mapper service streamId=%d,bufferId=%lld", streamId, static_cast<long long>(bufferId));
-            return -1;
-        case CacheStatus::NO_ENTRY:
-            ALOGW("Can't get stream buffer streamId=%d,bufferId=%lld", streamId, static_cast<long long>(bufferId));
-            return -1;
-        default:
-            ALOGE("%s: unexpected cache status %d", "UnLockVideoBuffer", static_cast<int>(result.status));
-            return -1;
-    }
-}
-
-void VirCameraCallback::ReleaseStreamBuffers() {
-    mStreamBuffers.ReleaseAll();
-}
-
-std::shared_ptr<VirMapperBase> VirCameraCallback::GetMapper() {
-    auto lookup = mMapperWatcher.Get([this] { return sp<MapperDeathWatcher>(new MapperDeathWatcher(this)); });
-    if (!lookup.missingOnce.empty()) {
-        ALOGE("%s", lookup.missingOnce.c_str());
-    }
-    if (lookup.created) {
-        if (lookup.registerResult != 0) {
-            ALOGW("Can't RegServiceLinkDeath mapper");
-        } else {
-            ALOGD("RegServiceLinkDeath mapper OK");
-        }
-    }
-    return lookup.mapper;
-}
-
-void VirCameraCallback::ClearMapper() {
-    mMapperWatcher.Clear();
-}
-
-std::shared_ptr<StreamBuffer> VirCameraCallback::MakeStreamBuffer(int32_t streamId, int32_t bufferId,
-                                                                  const native_handle_t* handle) {
-    return std::make_shared<HidlStreamBuffer>(streamId, bufferId, handle);
-}
-
-void VirCameraCallback::FlushCache(const native_handle_t* handle) {
-    if (handle == nullptr || handle->numFds < 1) {
-        ALOGE("sync cache failed, ret: %d, err: %s", -1, strerror(EBADF));
-        return;
-    }
-    dma_buf_sync sync = {DMA_BUF_SYNC_WRITE | DMA_BUF_SYNC_END};
-    int ret = ioctl(handle->data[0], DMA_BUF_IOCTL_SYNC, &sync);
-    if (ret < 0) {
-        ALOGE("sync cache failed, ret: %d, err: %s", ret, strerror(errno));
-    }
 }
 
 }  // namespace android

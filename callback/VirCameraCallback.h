@@ -5,9 +5,7 @@
 #include <vendor/zuvek/hardware/camera/vircamera/1.0/IVirCameraChannelCallback.h>
 
 #include "IVirCameraWrapper.h"
-#include "callback/MapperDeathWatcher.h"
-#include "callback/MapperWatcherSlot.h"
-#include "callback/StreamBufferCache.h"
+#include "callback/ChannelBufferCore.h"
 
 namespace android {
 
@@ -16,7 +14,7 @@ namespace android {
 // passed to the caller's callback, held weakly and locked per call. Image buffers are
 // imported once into the stream buffer cache, where the caller locks them by ids.
 class VirCameraCallback : public vendor::zuvek::hardware::camera::vircamera::V1_0::IVirCameraChannelCallback,
-                          private StreamBufferOwner {
+                          public ChannelBufferCore {
 public:
     using VirOptResult = vendor::zuvek::hardware::camera::vircamera::V1_0::VirOptResult;
 
@@ -43,32 +41,12 @@ public:
         const hardware::hidl_vec<vendor::zuvek::hardware::camera::vircamera::V1_0::VirBufferCache>& caches) override;
     hardware::Return<VirOptResult> flush(uint32_t sessionId) override;
 
-    // Locks a cached buffer for CPU writing; null when it is not cached, no mapper
-    // exists, the mapper refused, or a release is running. `outHandleData`, when not
-    // null, receives the handle's data array (fds, then ints). Any thread.
-    void* LockVideoBuffer(int32_t uniqueID, int32_t streamId, unsigned long bufferId, void** outHandleData);
-    // 0 with the mapper's release fence (or -1) in outReleaseFence, the caller owning
-    // it; -1 when the buffer or the mapper is missing. Any thread.
-    int32_t UnLockVideoBuffer(int32_t uniqueID, int32_t streamId, unsigned long bufferId,
-                              int32_t& outReleaseFence);
-    // Drops the mapper watcher; the next buffer operation builds a new one.
-    void ClearMapper();
-    // Writes the CPU caches of a dma-buf back (DMA_BUF_IOCTL_SYNC, write end).
-    void FlushCache(const native_handle_t* handle);
-
 private:
     int32_t ProcessOneImageRequest(const vendor::zuvek::hardware::camera::vircamera::V1_0::VirImageBuffer& buffer);
     int32_t UnregistOneBuffer(int32_t streamId, unsigned long bufferId);
-    void ReleaseStreamBuffers();
     std::shared_ptr<IVirCameraWrapperCallback> LockCallback();
 
-    std::shared_ptr<VirMapperBase> GetMapper() override;
-    std::shared_ptr<StreamBuffer> MakeStreamBuffer(int32_t streamId, int32_t bufferId,
-                                                   const native_handle_t* handle) override;
-
     const std::weak_ptr<IVirCameraWrapperCallback> mCallback;
-    MapperWatcherSlot<MapperDeathWatcher> mMapperWatcher;
-    StreamBufferCache mStreamBuffers;
 };
 
 }  // namespace android

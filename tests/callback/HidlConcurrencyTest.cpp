@@ -1,12 +1,17 @@
-// One HAL thread sends requests and flushes while two caller threads lock and unlock.
+// One HAL thread sends requests, re-imports, unregisters and flushes while caller threads
+// lock and unlock.
+#include <unistd.h>
+
 #include <condition_variable>
 #include <cstring>
 #include <mutex>
+#include <shared_mutex>
 #include <thread>
 
 #include "BufferRing.h"
 #include "HidlChannel.h"
 #include "OpenFds.h"
+#include "SpyMapperV2.h"
 
 using ::testing::_;
 using ::testing::Return;
@@ -78,6 +83,34 @@ class RoundGate {
     int mEntered = 0;
 };
 
+// A count one thread raises and another waits on.
+class Steps {
+  public:
+    int Now() {
+        std::lock_guard<std::mutex> lock(mMutex);
+        return mCount;
+    }
+    void Next() {
+        std::lock_guard<std::mutex> lock(mMutex);
+        ++mCount;
+        mCv.notify_all();
+    }
+    // Waits until the count passed `seen` or `stop` is set.
+    void WaitPast(int seen, const std::atomic<bool>& stop) {
+        std::unique_lock<std::mutex> lock(mMutex);
+        mCv.wait(lock, [&] { return mCount != seen || stop.load(); });
+    }
+    void Wake() {
+        std::lock_guard<std::mutex> lock(mMutex);
+        mCv.notify_all();
+    }
+
+  private:
+    std::mutex mMutex;
+    std::condition_variable mCv;
+    int mCount = 0;
+};
+
 }  // namespace
 
 class CallbackHidlConcurrencyTest : public HidlChannelTest {};
@@ -137,5 +170,73 @@ TEST_F(CallbackHidlConcurrencyTest, RequestsAndFlushesRaceLocksAndUnlocks) {
     EXPECT_EQ(0, failures.load());
     EXPECT_GE(frames.load(), ROUNDS * CALLERS * BUFFERS_PER_CALLER);
     mChannel.clear();
+    EXPECT_EQ(fdsBefore, OpenFds());
+}
+
+// The HAL replaces a buffer with a new handle under the same ids, and every other round
+// unregisters it, while a caller locks, writes and unlocks it. Neither may make the
+// library lock or unlock a freed handle (the spy mapper reads every handle it is given).
+TEST_F(CallbackHidlConcurrencyTest, ReimportAndUnregisterRaceLocks) {
+    constexpr int HAL_ROUNDS = 1500;
+    android::sp<SpyMapperV2> spy = SpyMapperV2::Install();
+    ASSERT_NE(nullptr, spy);
+    BufferRing ring(2);
+    ASSERT_TRUE(ring.allValid());
+    const auto fdsBefore = OpenFds();
+
+    // The HAL holds it exclusively for each of its calls: a caller that holds it shared and
+    // sees no HAL call finished since its lock began knows the buffer is still mapped.
+    std::shared_mutex halCall;
+    Steps halCalls;
+    Steps writes;
+    std::atomic<bool> done{false};
+    std::thread caller([&] {
+        while (!done.load()) {
+            const int before = halCalls.Now();
+            void* address = mChannel->LockVideoBuffer(0, 0, 1, nullptr);
+            if (address == nullptr) {
+                halCalls.WaitPast(before, done);  // nothing cached: wait for the HAL
+                continue;
+            }
+            {
+                std::shared_lock<std::shared_mutex> noHalCall(halCall);
+                if (halCalls.Now() == before) {
+                    memset(address, 0x5a, 64);
+                    writes.Next();
+                }
+            }
+            int32_t fence = -1;
+            (void)mChannel->UnLockVideoBuffer(0, 0, 1, fence);
+            if (fence >= 0) close(fence);
+        }
+    });
+    auto halDoes = [&](auto call) {
+        std::unique_lock<std::shared_mutex> exclusive(halCall);
+        call();
+        halCalls.Next();
+    };
+    android::hardware::hidl_vec<vircam::VirBufferCache> caches(1);
+    caches[0].streamId = 0;
+    caches[0].bufferId = 1;
+    const std::atomic<bool> never{false};
+    for (int round = 0; round < HAL_ROUNDS; ++round) {
+        const int seen = writes.Now();
+        halDoes([&] { EXPECT_TRUE(Cache(0, 1, ring[round % 2])); });
+        // Let the caller write this handle once, then race its next round.
+        writes.WaitPast(seen, never);
+        if (round % 2 == 1) {
+            halDoes([&] {
+                EXPECT_EQ(VirOptResult::SUCCESS, static_cast<VirOptResult>(mChannel->unregisterBuffer(1, caches)));
+            });
+        }
+    }
+    done = true;
+    halCalls.Wake();
+    caller.join();
+
+    EXPECT_EQ(0, spy->mStaleHandles.load());
+    EXPECT_GE(writes.Now(), HAL_ROUNDS);
+    mChannel.clear();
+    EXPECT_EQ(0u, hostkit::mapper::LiveImports());
     EXPECT_EQ(fdsBefore, OpenFds());
 }

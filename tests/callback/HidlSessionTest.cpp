@@ -149,3 +149,27 @@ TEST_F(CallbackHidlSessionTest, EmptyImageRequestSkipsTheCaller) {
     EXPECT_EQ(VirOptResult::SUCCESS, reply.status);
     EXPECT_EQ(0u, reply.processed);
 }
+
+// A HAL call the caller's callback triggers on the same thread (a nested transaction)
+// must leave the request list the outer call handed out as it was.
+TEST_F(CallbackHidlSessionTest, NestedImageRequestLeavesTheOuterListAlone) {
+    ASSERT_TRUE(hostkit::mapper::Offer({4}));
+    BufferRing ring(1);
+    ASSERT_TRUE(Cache(0, 0, ring[0]));
+    std::vector<android::VirCameraImageBuffer> outerAfterNested;
+    int calls = 0;
+    EXPECT_CALL(*mCaller, OnProcessImageRequest(1, _, _))
+        .Times(2)
+        .WillRepeatedly([&](uint32_t, std::vector<android::VirCameraImageBuffer>& list, uint32_t& processed) {
+            if (calls++ == 0) {
+                EXPECT_TRUE(SendImages(*mChannel, 1, {Image(8, 0, 0), Image(9, 0, 0), Image(10, 0, 0)}).answered);
+                outerAfterNested = list;
+            }
+            processed = static_cast<uint32_t>(list.size());
+            return 0;
+        });
+    ImageReply reply = SendImages(*mChannel, 1, {Image(5, 0, 0)});
+    EXPECT_EQ(1u, reply.processed);
+    ASSERT_EQ(1u, outerAfterNested.size());
+    EXPECT_EQ(5u, outerAfterNested[0].frameNumber);
+}

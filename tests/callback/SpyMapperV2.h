@@ -3,11 +3,14 @@
 #include <atomic>
 #include <functional>
 #include <mutex>
+#include <set>
 
 #include <android/hardware/graphics/mapper/2.0/IMapper.h>
 
 // A mapper 2.0 that forwards to the kit's own mapper and lets a test count the calls and
-// run code inside freeBuffer (i.e. in the middle of a buffer release).
+// run code inside freeBuffer (i.e. in the middle of a buffer release). Like a gralloc
+// implementation it reads a handle given to lock or unlock before using it (a freed one
+// is a use after free under ASan) and counts handles it did not import or already freed.
 class SpyMapperV2 : public android::hardware::graphics::mapper::V2_0::IMapper {
   public:
     using IMapper = android::hardware::graphics::mapper::V2_0::IMapper;
@@ -39,11 +42,15 @@ class SpyMapperV2 : public android::hardware::graphics::mapper::V2_0::IMapper {
     std::atomic<int> mUnlinks{0};
     // The first fd of the last release fence the kit handed out (closed since).
     std::atomic<int> mLastFenceFd{-1};
+    // Locks and unlocks of a handle that was not imported here or was freed since.
+    std::atomic<int> mStaleHandles{0};
 
   private:
     explicit SpyMapperV2(const android::sp<IMapper>& real) : mReal(real) {}
+    void Validate(void* buffer);
 
     const android::sp<IMapper> mReal;
     std::mutex mMutex;
     std::function<void()> mOnFree;
+    std::set<void*> mLive;  // imported, not yet freed
 };
