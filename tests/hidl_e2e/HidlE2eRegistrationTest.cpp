@@ -96,7 +96,7 @@ TEST_F(HidlE2eRegistration, FactoryRefusesNullOutPointer) {
 TEST_F(HidlE2eRegistration, FinishedFrameReachesTheHalFieldByField) {
     android::IVirCameraWrapper* wrapper = NewWrapper();
     const int id = UniqueId(DEVICE, SERVICE);
-    auto caller = std::make_shared<E2eCaller>(wrapper, id);
+    auto caller = std::make_shared<FakeVideoService>(wrapper, id);
     ASSERT_EQ(0, wrapper->RegisterCallback(DEVICE, SERVICE, Mode::MODE_REGISTER, caller));
     EXPECT_EQ(0, wrapper->OnVirImageBufferDone(id, {7, 0x1234567890ull, 3, 5, 1700000000123456789ll, 2}));
     EXPECT_EQ(0, wrapper->OnVirImageBufferDone(id, {8, 9, 1, 0, 42, 0}));
