@@ -10,6 +10,8 @@
 #include <utils/Mutex.h>
 #include <vndksupport/linker.h>
 
+#include "common/InstanceNames.h"
+
 namespace android {
 
 namespace {
@@ -45,7 +47,7 @@ private:
 };
 
 bool AskSuffix(std::string& suffix, std::string& missing) {
-    const std::string name = std::string(IAllocator::descriptor) + "/default";
+    const std::string name = AidlServiceName(IAllocator::descriptor, DEFAULT_INSTANCE);
     if (!AServiceManager_isDeclared(name.c_str())) {
         missing = name + " is not declared";
         return false;

@@ -8,6 +8,8 @@
 #include <utils/String16.h>
 #include <utils/String8.h>
 
+#include "common/AidlCodes.h"
+#include "common/InstanceNames.h"
 #include "common/JsonUtil.h"
 #include "common/VirCameraConstants.h"
 #include "wrapper/AidlService.h"
@@ -21,24 +23,20 @@ using android::SwitchState;
 
 namespace {
 
-constexpr int32_t CMD_REGISTER = 9005;
-constexpr int32_t CMD_UNREGISTER = 9006;
-constexpr int32_t CMD_SWITCH_ON = 10001;
-constexpr int32_t CMD_SWITCH_OFF = 10002;
-constexpr int32_t CMD_ID_LIST = 30001;
-
-constexpr int32_t ERR_WAIT_TIMEOUT = -200010;
-constexpr int32_t ERR_BAD_JSON = -200011;
-constexpr int32_t ERR_SWITCH_REFUSED = -200013;
-constexpr int32_t ERR_NO_SERVICE = -200014;
-constexpr int32_t ERR_BINDER = -200015;
-constexpr int32_t ERR_SWITCH_ON_FAILED = -200016;
-constexpr int32_t ERR_SWITCH_OFF_FAILED = -200017;
+using android::CMD_ID_LIST;
+using android::CMD_REGISTER;
+using android::CMD_SWITCH_OFF;
+using android::CMD_SWITCH_ON;
+using android::CMD_UNREGISTER;
+using android::ERR_BAD_SWITCH_JSON;
+using android::ERR_BINDER;
+using android::ERR_NO_SERVICE;
+using android::ERR_SWITCH_OFF_FAILED;
+using android::ERR_SWITCH_ON_FAILED;
+using android::ERR_SWITCH_REFUSED;
+using android::ERR_WAIT_TIMEOUT;
 
 constexpr int STREAM_CHANGE_MODE = 0;
-constexpr const char* REGISTER_INSTANCE = "/virtualcamera.register";
-constexpr const char* STREAM_CHANGE_INSTANCE = "/virtualcamera.streamchange";
-constexpr const char* CAMERA_PROVIDER = "android.hardware.camera.provider.ICameraProvider";
 
 std::string ToText(const Json::Value& value) {
     std::string text;
@@ -116,14 +114,14 @@ bool AidlVirtualCameraClient::Init() {
         return true;
     }
     android::Vector<android::String16> instances =
-        android::defaultServiceManager()->getDeclaredInstances(android::String16(CAMERA_PROVIDER));
+        android::defaultServiceManager()->getDeclaredInstances(android::String16(android::AIDL_CAMERA_PROVIDER));
     for (const android::String16& instance : instances) {
         const std::string name = android::String8(instance).c_str();
-        ALOGI("%s: AidlVirtualCameraClient : %s   ,%s", __func__, (std::string(CAMERA_PROVIDER) + "/" + name).c_str(),
-              name.c_str());
+        ALOGI("%s: AidlVirtualCameraClient : %s   ,%s", __func__,
+              android::AidlServiceName(android::AIDL_CAMERA_PROVIDER, name.c_str()).c_str(), name.c_str());
     }
     ALOGI("%s: check for aidl client start", __func__);
-    std::shared_ptr<IVirCameraChannel> connect = NdkUtil::CheckAndStartService<IVirCameraChannel>(REGISTER_INSTANCE);
+    std::shared_ptr<IVirCameraChannel> connect = NdkUtil::CheckAndStartService<IVirCameraChannel>(android::REGISTER_CHANNEL);
     if (connect != nullptr) {
         ALOGI("%s: find mConnect", __func__);
     } else {
@@ -150,8 +148,7 @@ int32_t AidlVirtualCameraClient::RegisterVirCamera(std::string device, std::stri
     }
     StatusResult result;
     ndk::ScopedAStatus status = connect->doCmdRequest(CMD_REGISTER, ToText(request), &result);
-    if (!status.isOk()) {
-        ALOGE("%s: failed: %d msg: %s", __func__, status.getExceptionCode(), status.getMessage());
+    if (NdkUtil::CallFailed(status, LOG_TAG, __func__, "")) {
         return ERR_BINDER;
     }
     ALOGI("%s: Register virtual camera device with ret %d", __func__, result.status);
@@ -167,8 +164,7 @@ int32_t AidlVirtualCameraClient::UnRegisterVirCamera(std::string device, std::st
     }
     StatusResult result;
     ndk::ScopedAStatus status = connect->doCmdRequest(CMD_UNREGISTER, ToText(DeviceRequest(device, service)), &result);
-    if (!status.isOk()) {
-        ALOGE("%s: failed: %d msg: %s", __func__, status.getExceptionCode(), status.getMessage());
+    if (NdkUtil::CallFailed(status, LOG_TAG, __func__, "")) {
         return ERR_BINDER;
     }
     ALOGI("%s: Unregister virtual camera device with ret %d", __func__, result.status);
@@ -190,8 +186,8 @@ int32_t AidlVirtualCameraClient::Switch(bool on, const std::string& device, cons
     android::Turn::Scoped operationTurn(mOperationTurn);
     // Switch-on may start the stream-change service; switch-off only uses a running one.
     std::shared_ptr<IVirCameraChannel> channel =
-        on ? NdkUtil::CheckAndStartService<IVirCameraChannel>(STREAM_CHANGE_INSTANCE)
-           : NdkUtil::CheckOrGetService<IVirCameraChannel>(STREAM_CHANGE_INSTANCE);
+        on ? NdkUtil::CheckAndStartService<IVirCameraChannel>(android::STREAM_CHANGE_CHANNEL)
+           : NdkUtil::CheckOrGetService<IVirCameraChannel>(android::STREAM_CHANGE_CHANNEL);
     if (channel == nullptr) {
         if (!on) {
             ALOGW("%s: Can not find service!", texts.function);
@@ -216,8 +212,7 @@ int32_t AidlVirtualCameraClient::Switch(bool on, const std::string& device, cons
         SwitchState::Call switchCall(mSwitch, direction);
         StatusResult result;
         ndk::ScopedAStatus status = channel->doCmdRequest(texts.cmd, ToText(request), &result);
-        if (!status.isOk()) {
-            ALOGE("%s: failed: %d msg: %s", texts.function, status.getExceptionCode(), status.getMessage());
+        if (NdkUtil::CallFailed(status, LOG_TAG, texts.function, "")) {
             return ERR_BINDER;
         }
         if (result.status != 0) {
@@ -228,7 +223,7 @@ int32_t AidlVirtualCameraClient::Switch(bool on, const std::string& device, cons
         JsonUtil::StringToJsonValue(result.data, answer);
         if (answer.empty()) {
             ALOGE("%s inRoot failed %s", texts.function, result.data.c_str());
-            return ERR_BAD_JSON;
+            return ERR_BAD_SWITCH_JSON;
         }
         switchCall.Answer(static_cast<uint32_t>(JsonUtil::JsonParseInt(answer, android::KEY_SEQ_NO)));
         if (JsonUtil::JsonParseInt(answer, android::KEY_OPT_RET) != 0) {
@@ -263,7 +258,7 @@ int32_t AidlVirtualCameraClient::NotifySwitchOnVirtualCameraResult(const std::st
     JsonUtil::StringToJsonValue(json, report);
     if (report.empty()) {
         ALOGE("%s inRoot failed %s", __func__, json.c_str());
-        return ERR_BAD_JSON;
+        return ERR_BAD_SWITCH_JSON;
     }
     bool success = true;
     const int32_t seqNum = JsonUtil::JsonParseInt(report, android::KEY_SEQ_NO);
@@ -281,7 +276,7 @@ int32_t AidlVirtualCameraClient::NotifySwitchOffVirtualCameraResult(const std::s
     JsonUtil::StringToJsonValue(json, report);
     if (report.empty()) {
         ALOGE("%s inRoot failed %s", __func__, json.c_str());
-        return ERR_BAD_JSON;
+        return ERR_BAD_SWITCH_JSON;
     }
     const int32_t seqNum = JsonUtil::JsonParseInt(report, android::KEY_SEQ_NO);
     bool success = true;
@@ -302,8 +297,7 @@ std::string AidlVirtualCameraClient::GetVirtualCameraIdList() {
     }
     StatusResult result;
     ndk::ScopedAStatus status = connect->doCmdRequest(CMD_ID_LIST, "", &result);
-    if (!status.isOk() || result.status != 0) {
-        ALOGE("%s: processCmdRequest failed: %d msg: %s", __func__, status.getExceptionCode(), status.getMessage());
+    if (NdkUtil::CallFailed(status, LOG_TAG, __func__, "processCmdRequest ", result.status)) {
         return android::STR_MINUS_ONE;
     }
     return result.data;

@@ -10,6 +10,7 @@
 
 #include "client/VirCameraSwitchCallback.h"
 #include "common/AnonyString.h"
+#include "common/InstanceNames.h"
 #include "common/JsonUtil.h"
 #include "common/VirCameraConstants.h"
 
@@ -24,9 +25,6 @@ using android::hardware::camera::provider::V2_4::ICameraProvider;
 
 namespace {
 
-constexpr const char* PROVIDER_INSTANCE = "virtual/0";
-constexpr const char* REGISTER_INSTANCE = "virtualcamera.register";
-constexpr const char* STREAM_CHANGE_INSTANCE = "virtualcamera.streamchange";
 constexpr int32_t NOTIFY_KEY_PHYSICAL_IDS = 101;
 constexpr int32_t NOTIFY_ALL_KEYS = -1;
 constexpr uint32_t SWITCH_CALLBACK_STATUS_UNSUPPORTED = 4;
@@ -117,7 +115,7 @@ bool VirtualCameraClient::Init() {
     bool providerFound = false;
     for (int32_t attempt = 0; attempt < TRY_MAX_COUNT; ++attempt) {
         // The provider is only waited for, not used.
-        if (ICameraProvider::tryGetService(PROVIDER_INSTANCE, false) != nullptr) {
+        if (ICameraProvider::tryGetService(android::VIRTUAL_PROVIDER_INSTANCE, false) != nullptr) {
             providerFound = true;
             break;
         }
@@ -128,7 +126,7 @@ bool VirtualCameraClient::Init() {
         ALOGE("%s: Start hidl service (virtual/0) failed or startup scripts are not exist!", __func__);
         return false;
     }
-    channel = IVirCameraChannel::getService(REGISTER_INSTANCE, false);
+    channel = IVirCameraChannel::getService(android::REGISTER_CHANNEL, false);
     {
         android::Mutex::Autolock lock(mChannelMutex);
         mChannel = channel;
@@ -193,7 +191,7 @@ int32_t VirtualCameraClient::UnRegisterVirCamera(std::string device, std::string
 int32_t VirtualCameraClient::SwitchOnCamStream(std::string device, std::string service,
                                                const std::vector<std::string>& physicalIds) {
     android::Turn::Scoped operationTurn(mOperationTurn);
-    sp<IVirCameraChannel> channel = IVirCameraChannel::tryGetService(STREAM_CHANGE_INSTANCE, false);
+    sp<IVirCameraChannel> channel = IVirCameraChannel::tryGetService(android::STREAM_CHANGE_CHANNEL, false);
     if (channel == nullptr) {
         ALOGE("%s: Can not find IVirCameraChannel service!", __func__);
         return -1;
@@ -244,7 +242,7 @@ int32_t VirtualCameraClient::SwitchOnCamStream(std::string device, std::string s
 
 int32_t VirtualCameraClient::SwitchOffCamStream(std::string device, std::string service) {
     android::Turn::Scoped operationTurn(mOperationTurn);
-    sp<IVirCameraChannel> channel = IVirCameraChannel::tryGetService(STREAM_CHANGE_INSTANCE, false);
+    sp<IVirCameraChannel> channel = IVirCameraChannel::tryGetService(android::STREAM_CHANGE_CHANNEL, false);
     if (channel == nullptr) {
         // Without the service there is no stream to switch off.
         ALOGW("%s: Can not find IVirCameraChannel service!", __func__);

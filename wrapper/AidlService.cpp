@@ -12,7 +12,9 @@
 #include <utils/Trace.h>
 
 #include "client/AidlVirtualCameraClient.h"
+#include "common/AidlCodes.h"
 #include "common/HashIdCache.h"
+#include "common/InstanceNames.h"
 #include "common/JsonUtil.h"
 #include "common/VirCameraConstants.h"
 #include "wrapper/NdkUtil.h"
@@ -25,28 +27,10 @@ using AIDLVIRTUAL_CAMERA_CLIENT::AidlVirtualCameraClient;
 
 namespace {
 
-constexpr int ERR_CALLBACK_EXPIRED = -200004;
-constexpr int ERR_NO_SERVICE = -200014;
-constexpr int ERR_NO_BINDER = -200018;
-constexpr int ERR_LINK_FAILED = -200019;
-constexpr int ERR_BAD_JSON = -1;
-
-constexpr int CMD_SERVICE_DIED = 15016;
-constexpr int CMD_HAL_REQUEST_FIRST = 20001;
-constexpr int CMD_HAL_REQUEST_LAST = 20003;
-constexpr int CMD_IMAGE_DONE = 20003;  // a filled buffer goes back to the HAL
-constexpr int CMD_HAL_DATA = 9101;
-constexpr int CMD_LOCK_BUFFER = 9108;
-constexpr int CMD_UNLOCK_BUFFER = 9109;
-
 HashIdCache gHashIds;
 
 int ConvertToHashID(const std::string& text) {
     return gHashIds.ConvertToHashID(text);
-}
-
-const char* InstanceSuffix(IVirCameraWrapper::VirCameraMode mode) {
-    return mode == IVirCameraWrapper::MODE_STREAM_CHANGE ? "/virtualcamera.streamchange" : "/virtualcamera.register";
 }
 
 }  // namespace
@@ -80,13 +64,12 @@ AidlService::~AidlService() {
 }
 
 std::shared_ptr<AidlService::IVirCameraChannel> AidlService::FindService() {
-    std::string name;
+    const char* instance;
     {
         Mutex::Autolock lock(mMutex);
-        mServiceName = InstanceSuffix(mMode);
-        name = mServiceName;
+        instance = ChannelInstance(mMode);
     }
-    return NdkUtil::CheckOrGetService<IVirCameraChannel>(name);
+    return NdkUtil::CheckOrGetService<IVirCameraChannel>(instance);
 }
 
 int AidlService::RegisterCallback(const std::string& device, const std::string& service,
@@ -95,13 +78,11 @@ int AidlService::RegisterCallback(const std::string& device, const std::string& 
     if (callback.expired()) {
         return ERR_CALLBACK_EXPIRED;
     }
-    const char* name = InstanceSuffix(mode);
     {
         Mutex::Autolock lock(mMutex);
-        mServiceName = name;
         mMode = mode;
     }
-    std::shared_ptr<IVirCameraChannel> channel = NdkUtil::CheckAndStartService<IVirCameraChannel>(name);
+    std::shared_ptr<IVirCameraChannel> channel = NdkUtil::CheckAndStartService<IVirCameraChannel>(ChannelInstance(mode));
     if (channel == nullptr) {
         return ERR_NO_SERVICE;
     }
@@ -176,7 +157,7 @@ AIBinder* AidlService::GetBinder() {
     Mutex::Autolock lock(mMutex);
     mChannel = channel;
     if (mChannel == nullptr) {
-        ALOGE("%s: failed cannot get service %s", "GetBinder", mServiceName.c_str());
+        ALOGE("%s: failed cannot get service /%s", "GetBinder", ChannelInstance(mMode));
         return nullptr;
     }
     // The proxy keeps its binder alive as long as mChannel holds it.
@@ -284,8 +265,7 @@ OptResult AidlService::SendRequest(int cmd, const std::string& data) {
     }
     StatusResult answer{};  // a failed call writes nothing: the code must read 0
     ndk::ScopedAStatus status = channel->doCmdRequest(cmd, data, &answer);
-    if (!status.isOk() || answer.status != 0) {
-        ALOGE("%s: doCmdRequest failed: %d msg: %s", "SendRequest", status.getExceptionCode(), status.getMessage());
+    if (NdkUtil::CallFailed(status, LOG_TAG, "SendRequest", "doCmdRequest ", answer.status)) {
         result.result = answer.status;
     }
     return result;
@@ -310,9 +290,7 @@ OptResult AidlService::SendData(int cmd, const std::string& data, const std::vec
             StatusResult answer{};
             std::vector<InfoData> infos;  // not used: their descriptors close with the vector
             ndk::ScopedAStatus status = channel->processCmdRequest(data, &infos, &answer);
-            if (!status.isOk() || answer.status != 0) {
-                ALOGE("%s: processCmdRequest failed: %d msg: %s", "SendData", status.getExceptionCode(),
-                      status.getMessage());
+            if (NdkUtil::CallFailed(status, LOG_TAG, "SendData", "processCmdRequest ", answer.status)) {
                 result.result = answer.status;
             }
             break;
@@ -349,11 +327,11 @@ int AidlService::UnLockVideoBuffer(const std::string& json) {
     Json::Value root;
     if (JsonUtil::StringToJsonValue(json, root) != 0) {
         ALOGE("%s inRoot decode failed", "UnLockVideoBuffer");
-        return ERR_BAD_JSON;
+        return ERR_FAILED;
     }
     std::shared_ptr<AidlVirCameraCallback> callback = GetAidlCallback();
     if (callback == nullptr) {
-        return ERR_BAD_JSON;
+        return ERR_FAILED;
     }
     int fence = JsonUtil::JsonParseInt(root, KEY_INDEX);
     int result = callback->UnLockVideoBuffer(JsonUtil::JsonParseInt(root, KEY_SESSION_ID),

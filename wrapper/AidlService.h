@@ -64,7 +64,6 @@ private:
     // Guards everything below: registration writes it while requests and the death
     // thread read it. Never held across a call to the HAL, the binder or the caller.
     mutable Mutex mMutex;
-    std::string mServiceName GUARDED_BY(mMutex);
     IVirCameraWrapper::VirCameraMode mMode GUARDED_BY(mMutex) = IVirCameraWrapper::MODE_STREAM_CHANGE;
     bool mRegistered GUARDED_BY(mMutex) = false;
     std::shared_ptr<AidlVirCameraCallbackReflector> mReflector GUARDED_BY(mMutex);
