@@ -5,6 +5,7 @@
 #include <map>
 
 #include <aidl/android/hardware/graphics/allocator/IAllocator.h>
+#include <android-base/no_destructor.h>
 #include <android-base/thread_annotations.h>
 #include <android/binder_manager.h>
 #include <utils/Mutex.h>
@@ -27,7 +28,7 @@ using LoadIMapper = AIMapper_Error (*)(AIMapper** outImplementation);
 class LoadedTables {
 public:
     static LoadedTables& Get() {
-        static LoadedTables* tables = new LoadedTables();
+        static base::NoDestructor<LoadedTables> tables;
         return *tables;
     }
     const AIMapper* Find(const std::string& path) EXCLUDES(mMutex) {

@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <android-base/no_destructor.h>
 #include <android/hardware/camera/provider/2.4/ICameraProvider.h>
 #include <json/value.h>
 #include <log/log.h>
@@ -60,6 +61,15 @@ public:
 
 const HidlReportLog REPORT_LOG;
 
+// The ends of a switch; a switch-off success has always been an error line.
+const SwitchState::Ending SWITCH_ON_ENDING = {"SwitchOnCamStream", "%s: wait for switch on virtual camera return failed!",
+                                              -1, "%s: switch on virtual camera return success!", ANDROID_LOG_INFO,
+                                              "%s: switch on virtual camera return failed!", -1};
+const SwitchState::Ending SWITCH_OFF_ENDING = {
+    "SwitchOffCamStream", "%s: wait for switch off virtual camera return failed!", -1,
+    "%s: switch off virtual camera return success!", ANDROID_LOG_ERROR, "%s: switch off virtual camera return failed!",
+    -1};
+
 // {"notifyKey":101,"notifyMsgData":"{\"virCamInfo\":[ids...]}"}: the HAL keeps the ids
 // of the physical cameras behind the virtual one.
 std::string PhysicalIdMessage(const std::vector<std::string>& physicalIds) {
@@ -80,16 +90,12 @@ std::string PhysicalIdMessage(const std::vector<std::string>& physicalIds) {
 }  // namespace
 
 VirtualCameraClient* VirtualCameraClient::Get() {
-    static VirtualCameraClient* instance = new VirtualCameraClient();
-    return instance;
+    static android::base::NoDestructor<VirtualCameraClient> instance;
+    return instance.get();
 }
 
 VirtualCameraClient::VirtualCameraClient() : mSwitch(LOG_TAG, REPORT_LOG), mSwitchCallback(new VirCameraSwitchCallback()) {
     ALOGI("%s: ctor VirtualCameraClient!", "VirtualCameraClient");
-}
-
-VirtualCameraClient::~VirtualCameraClient() {
-    ALOGI("%s: dtor VirtualCameraClient!", "~VirtualCameraClient");
 }
 
 void VirtualCameraClient::ListenerDeathRecipient::serviceDied(uint64_t /*cookie*/,
@@ -228,16 +234,7 @@ int32_t VirtualCameraClient::SwitchOnCamStream(std::string device, std::string s
         ALOGE("%s: Switch on virtual camera device failed!", __func__);
         return SwitchStatusToCode(status);
     }
-    if (WaitForHALReturn(SwitchState::Direction::SWITCH_ON, mSwitch.SequenceNumber()) != 0) {
-        ALOGE("%s: wait for switch on virtual camera return failed!", __func__);
-        return -1;
-    }
-    if (mSwitch.Succeeded(SwitchState::Direction::SWITCH_ON)) {
-        ALOGI("%s: switch on virtual camera return success!", __func__);
-        return 0;
-    }
-    ALOGE("%s: switch on virtual camera return failed!", __func__);
-    return -1;
+    return mSwitch.AwaitReport(SwitchState::Direction::SWITCH_ON, mSwitch.SequenceNumber(), SWITCH_ON_ENDING);
 }
 
 int32_t VirtualCameraClient::SwitchOffCamStream(std::string device, std::string service) {
@@ -267,21 +264,9 @@ int32_t VirtualCameraClient::SwitchOffCamStream(std::string device, std::string 
         return SwitchStatusToCode(status);
     }
     // A switch-off report takes its own number: the wait follows whatever it left.
-    ALOGI("%s: Switch off virtual camera success, seqnum: %u", __func__, mSwitch.SequenceNumber());
-    if (WaitForHALReturn(SwitchState::Direction::SWITCH_OFF, mSwitch.SequenceNumber()) != 0) {
-        ALOGE("%s: wait for switch off virtual camera return failed!", __func__);
-        return -1;
-    }
-    if (mSwitch.Succeeded(SwitchState::Direction::SWITCH_OFF)) {
-        ALOGE("%s: switch off virtual camera return success!", __func__);
-        return 0;
-    }
-    ALOGE("%s: switch off virtual camera return failed!", __func__);
-    return -1;
-}
-
-int32_t VirtualCameraClient::WaitForHALReturn(SwitchState::Direction direction, uint32_t seqNum) {
-    return mSwitch.Wait(direction, seqNum) == SwitchState::Outcome::TIMEOUT ? -1 : 0;
+    const uint32_t seqNum = mSwitch.SequenceNumber();
+    ALOGI("%s: Switch off virtual camera success, seqnum: %u", __func__, seqNum);
+    return mSwitch.AwaitReport(SwitchState::Direction::SWITCH_OFF, seqNum, SWITCH_OFF_ENDING);
 }
 
 void VirtualCameraClient::NotifySwitchOnVirtualCameraResult(uint32_t seqNum, VirCamOptRet ret) {

@@ -4,8 +4,10 @@
 
 #include "wrapper/AidlService.h"
 
-#include <unistd.h>
+#include <utility>
 
+#include <android-base/no_destructor.h>
+#include <android-base/unique_fd.h>
 #include <android/binder_process.h>
 #include <json/value.h>
 #include <log/log.h>
@@ -27,10 +29,10 @@ using AIDLVIRTUAL_CAMERA_CLIENT::AidlVirtualCameraClient;
 
 namespace {
 
-HashIdCache gHashIds;
-
+// Never destroyed: a binder thread may still convert while the process exits.
 int ConvertToHashID(const std::string& text) {
-    return gHashIds.ConvertToHashID(text);
+    static base::NoDestructor<HashIdCache> hashIds;
+    return hashIds->ConvertToHashID(text);
 }
 
 }  // namespace
@@ -56,11 +58,9 @@ AidlService::AidlService() {
 }
 
 AidlService::~AidlService() {
+    // Deleting the recipient (with this object) removes its links; pending cookies are
+    // freed with them.
     ALOGD("~AidlService");
-    // Deleting the recipient removes its links; pending cookies are freed with them.
-    if (mDeathRecipient != nullptr) {
-        AIBinder_DeathRecipient_delete(mDeathRecipient);
-    }
 }
 
 std::shared_ptr<AidlService::IVirCameraChannel> AidlService::FindService() {
@@ -170,21 +170,20 @@ int AidlService::LinkToDeath() {
         ALOGE("%s: failed callback binder is null", "LinkToDeath");
         return ERR_NO_BINDER;
     }
-    AIBinder_DeathRecipient* recipient = AIBinder_DeathRecipient_new(BinderDied);
-    AIBinder_DeathRecipient_setOnUnlinked(recipient, DeathCookie::OnUnlinked);
+    ndk::ScopedAIBinder_DeathRecipient recipient(AIBinder_DeathRecipient_new(BinderDied));
+    AIBinder_DeathRecipient_setOnUnlinked(recipient.get(), DeathCookie::OnUnlinked);
+    AIBinder_DeathRecipient* linking = recipient.get();
     auto* cookie = new DeathCookie{weak_from_this()};
-    AIBinder_DeathRecipient* previous;
     {
         Mutex::Autolock lock(mMutex);
-        previous = mDeathRecipient;
-        mDeathRecipient = recipient;
+        std::swap(recipient, mDeathRecipient);
         mDeathCookie = nullptr;
     }
-    if (previous != nullptr) {
-        AIBinder_DeathRecipient_delete(previous);
-    }
+    // The previous recipient goes, its links with it, once the lock is released: a death
+    // being delivered on it may be waiting for that lock.
+    recipient = ndk::ScopedAIBinder_DeathRecipient();
     // On failure the recipient's unlink callback has already freed the cookie.
-    if (AIBinder_linkToDeath(binder, recipient, cookie) != STATUS_OK) {
+    if (AIBinder_linkToDeath(binder, linking, cookie) != STATUS_OK) {
         ALOGW("%s: failed with binder wrong status", "LinkToDeath");
         return ERR_LINK_FAILED;
     }
@@ -203,7 +202,7 @@ int AidlService::UnLinkToDeath() {
     DeathCookie* cookie;
     {
         Mutex::Autolock lock(mMutex);
-        recipient = mDeathRecipient;
+        recipient = mDeathRecipient.get();
         cookie = mDeathCookie;
         mDeathCookie = nullptr;
     }
@@ -337,9 +336,10 @@ int AidlService::UnLockVideoBuffer(const std::string& json) {
     int result = callback->UnLockVideoBuffer(JsonUtil::JsonParseInt(root, KEY_SESSION_ID),
                                              JsonUtil::JsonParseInt(root, KEY_STREAM_ID),
                                              JsonUtil::JsonParseInt(root, KEY_BUFFER_ID), fence);
-    // Nothing hands the release fence to the caller over this path: do not leak it.
-    if (result == 0 && fence >= 0) {
-        close(fence);
+    // Only a successful unlock writes a release fence (before, `fence` is the request's
+    // index). Nothing hands it to the caller over this path: do not leak it.
+    if (result == 0) {
+        android::base::unique_fd releaseFence(fence);
     }
     return result;
 }

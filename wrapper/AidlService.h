@@ -6,7 +6,7 @@
 
 #include <aidl/vendor/zuvek/hardware/camera/vircamera/IVirCameraChannel.h>
 #include <android-base/thread_annotations.h>
-#include <android/binder_ibinder.h>
+#include <android/binder_auto_utils.h>
 #include <utils/Mutex.h>
 
 #include "IVirCameraWrapper.h"
@@ -69,7 +69,7 @@ private:
     std::shared_ptr<AidlVirCameraCallbackReflector> mReflector GUARDED_BY(mMutex);
     std::string mDeviceId GUARDED_BY(mMutex);
     std::string mServiceId GUARDED_BY(mMutex);
-    AIBinder_DeathRecipient* mDeathRecipient GUARDED_BY(mMutex) = nullptr;
+    ndk::ScopedAIBinder_DeathRecipient mDeathRecipient GUARDED_BY(mMutex);
     // Owned by its link, freed when the link goes.
     DeathCookie* mDeathCookie GUARDED_BY(mMutex) = nullptr;
     std::shared_ptr<IVirCameraChannel> mChannel GUARDED_BY(mMutex);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include <android-base/no_destructor.h>
 #include <log/log.h>
 
 #include "client/AidlVirtualCameraClient.h"
@@ -21,10 +22,10 @@ namespace {
 
 constexpr int AIDL_TRANSPORT = 2;
 
-HashIdCache gHashIds;
-
+// Never destroyed: a binder thread may still convert while the process exits.
 int ConvertToHashID(const std::string& text) {
-    return gHashIds.ConvertToHashID(text);
+    static base::NoDestructor<HashIdCache> hashIds;
+    return hashIds->ConvertToHashID(text);
 }
 
 OptResult Failure() {
