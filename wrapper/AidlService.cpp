@@ -4,6 +4,7 @@
 
 #include "wrapper/AidlService.h"
 
+#include <iterator>
 #include <utility>
 
 #include <android-base/no_destructor.h>
@@ -34,6 +35,10 @@ int ConvertToHashID(const std::string& text) {
     static base::NoDestructor<HashIdCache> hashIds;
     return hashIds->ConvertToHashID(text);
 }
+
+// The members naming a buffer in the caller's lock and unlock texts.
+const std::string* const BUFFER_KEYS[] = {&KEY_SESSION_ID, &KEY_STREAM_ID, &KEY_BUFFER_ID};
+const std::string* const UNLOCK_KEYS[] = {&KEY_SESSION_ID, &KEY_STREAM_ID, &KEY_BUFFER_ID, &KEY_INDEX};
 
 }  // namespace
 
@@ -67,6 +72,12 @@ std::shared_ptr<AidlService::IVirCameraChannel> AidlService::FindService() {
     const char* instance;
     {
         Mutex::Autolock lock(mMutex);
+        // The channel this connection linked to, while it lives: a service leaves the
+        // service manager only by dying, and the manifest does not change at run time.
+        // A dead one is asked for anew, as every call did before the link.
+        if (mChannel != nullptr && AIBinder_isAlive(mChannel->asBinder().get())) {
+            return mChannel;
+        }
         instance = ChannelInstance(mMode);
     }
     return NdkUtil::CheckOrGetService<IVirCameraChannel>(instance);
@@ -80,6 +91,9 @@ int AidlService::RegisterCallback(const std::string& device, const std::string& 
     }
     {
         Mutex::Autolock lock(mMutex);
+        if (mode != mMode) {
+            mChannel.reset();  // another instance: nothing to reuse
+        }
         mMode = mode;
     }
     std::shared_ptr<IVirCameraChannel> channel = NdkUtil::CheckAndStartService<IVirCameraChannel>(ChannelInstance(mode));
@@ -302,8 +316,12 @@ OptResult AidlService::SendData(int cmd, const std::string& data, const std::vec
 }
 
 uint64_t AidlService::LockVideoBuffer(const std::string& json, const std::vector<CommonData>& items) {
+    // The caller's usual text takes the fast path; any other one the general path, with
+    // its log lines in its order.
+    int ids[std::size(BUFFER_KEYS)];
+    const bool flat = JsonUtil::ReadIntMembers(json, BUFFER_KEYS, ids);
     Json::Value root;
-    if (JsonUtil::StringToJsonValue(json, root) != 0) {
+    if (!flat && JsonUtil::StringToJsonValue(json, root) != 0) {
         ALOGE("%s inRoot decode failed", "LockVideoBuffer");
         return 0;
     }
@@ -316,15 +334,18 @@ uint64_t AidlService::LockVideoBuffer(const std::string& json, const std::vector
         return 0;
     }
     auto** handleData = reinterpret_cast<void**>(static_cast<uintptr_t>(items[0].pointer));
-    void* address = callback->LockVideoBuffer(JsonUtil::JsonParseInt(root, KEY_SESSION_ID),
-                                              JsonUtil::JsonParseInt(root, KEY_STREAM_ID),
-                                              JsonUtil::JsonParseInt(root, KEY_BUFFER_ID), handleData);
+    void* address = flat ? callback->LockVideoBuffer(ids[0], ids[1], ids[2], handleData)
+                         : callback->LockVideoBuffer(JsonUtil::JsonParseInt(root, KEY_SESSION_ID),
+                                                     JsonUtil::JsonParseInt(root, KEY_STREAM_ID),
+                                                     JsonUtil::JsonParseInt(root, KEY_BUFFER_ID), handleData);
     return reinterpret_cast<uintptr_t>(address);
 }
 
 int AidlService::UnLockVideoBuffer(const std::string& json) {
+    int ids[std::size(UNLOCK_KEYS)];
+    const bool flat = JsonUtil::ReadIntMembers(json, UNLOCK_KEYS, ids);
     Json::Value root;
-    if (JsonUtil::StringToJsonValue(json, root) != 0) {
+    if (!flat && JsonUtil::StringToJsonValue(json, root) != 0) {
         ALOGE("%s inRoot decode failed", "UnLockVideoBuffer");
         return ERR_FAILED;
     }
@@ -332,10 +353,11 @@ int AidlService::UnLockVideoBuffer(const std::string& json) {
     if (callback == nullptr) {
         return ERR_FAILED;
     }
-    int fence = JsonUtil::JsonParseInt(root, KEY_INDEX);
-    int result = callback->UnLockVideoBuffer(JsonUtil::JsonParseInt(root, KEY_SESSION_ID),
-                                             JsonUtil::JsonParseInt(root, KEY_STREAM_ID),
-                                             JsonUtil::JsonParseInt(root, KEY_BUFFER_ID), fence);
+    int fence = flat ? ids[3] : JsonUtil::JsonParseInt(root, KEY_INDEX);
+    int result = flat ? callback->UnLockVideoBuffer(ids[0], ids[1], ids[2], fence)
+                      : callback->UnLockVideoBuffer(JsonUtil::JsonParseInt(root, KEY_SESSION_ID),
+                                                    JsonUtil::JsonParseInt(root, KEY_STREAM_ID),
+                                                    JsonUtil::JsonParseInt(root, KEY_BUFFER_ID), fence);
     // Only a successful unlock writes a release fence (before, `fence` is the request's
     // index). Nothing hands it to the caller over this path: do not leak it.
     if (result == 0) {
