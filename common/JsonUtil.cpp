@@ -116,17 +116,15 @@ public:
         length = static_cast<size_t>(mNext - name);
         return Take('"');
     }
-    // -?digits without leading zeros, within 32 bits, not followed by a fraction or an
-    // exponent: the literals the reader turns into an int for certain.
+    // -?digits without leading zeros, within 32 bits: the literals the reader turns into
+    // an int for certain. (A fraction or an exponent after them is refused by the caller,
+    // which accepts only white space, ',' or '}' there.)
     bool Int(int& value) {
         const bool negative = Take('-');
         const char* digits = mNext;
         while (mNext != mEnd && *mNext >= '0' && *mNext <= '9') ++mNext;
         const size_t count = static_cast<size_t>(mNext - digits);
         if (count == 0 || count > 10 || (count > 1 && *digits == '0')) return false;
-        if (mNext != mEnd && (*mNext == '.' || *mNext == 'e' || *mNext == 'E' || *mNext == '-' || *mNext == '+')) {
-            return false;
-        }
         int64_t magnitude = 0;
         for (const char* d = digits; d != mNext; ++d) magnitude = magnitude * 10 + (*d - '0');
         const int64_t signedValue = negative ? -magnitude : magnitude;
