@@ -6,14 +6,9 @@
 
 #include "callback/AidlVirCameraCallback.h"
 #include "callback/VirMapperMgr.h"
+#include "common/AidlCodes.h"
 
 namespace android {
-
-namespace {
-
-constexpr int NO_MAPPER = -200009;
-
-}  // namespace
 
 AidlMapperDeathWatcher::AidlMapperDeathWatcher(const std::weak_ptr<AidlVirCameraCallback>& owner)
     : MapperWatcherBase(LOG_TAG), mOwner(owner) {}
@@ -26,7 +21,7 @@ int AidlMapperDeathWatcher::RegServiceLinkDeath() {
     std::string missing;
     std::shared_ptr<VirMapperBase> mapper = VirMapperMgr::GetInstance().Create(&missing);
     SetMapperService(mapper, std::move(missing));
-    return mapper != nullptr ? 0 : NO_MAPPER;
+    return mapper != nullptr ? 0 : ERR_MAPPER_WATCH_FAILED;
 }
 
 void AidlMapperDeathWatcher::DetachFromOwner() {

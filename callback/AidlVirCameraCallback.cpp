@@ -13,6 +13,7 @@
 
 #include "callback/AidlMapperDeathWatcher.h"
 #include "client/AidlVirtualCameraClient.h"
+#include "common/AidlCodes.h"
 #include "common/JsonUtil.h"
 #include "common/VirCameraConstants.h"
 
@@ -21,20 +22,6 @@ namespace android {
 using AIDLVIRTUAL_CAMERA_CLIENT::AidlVirtualCameraClient;
 
 namespace {
-
-// Commands of the channel protocol.
-constexpr int32_t CMD_META_REQUEST = 9104;
-constexpr int32_t CMD_CONFIG_STREAM = 9105;
-constexpr int32_t CMD_UNREGISTER_BUFFER = 9106;
-constexpr int32_t CMD_IMAGE_REQUEST = 9107;
-constexpr int32_t CMD_OPEN_CONTROL_SESSION = 10005;
-constexpr int32_t CMD_CLOSE_CONTROL_SESSION = 10006;
-constexpr int32_t CMD_OPEN_DATA_SESSION = 10008;
-constexpr int32_t CMD_CLOSE_DATA_SESSION = 10009;
-constexpr int32_t CMD_FLUSH = 15014;
-constexpr int32_t CMD_SWITCH_ON_RESULT = 20004;
-constexpr int32_t CMD_SWITCH_OFF_RESULT = 20005;
-constexpr int32_t CMD_CLEAR_SWITCH_SERVICE = 20006;
 
 // The trace section of a HAL command.
 const char* TraceName(int32_t cmd) {
@@ -55,15 +42,6 @@ const char* TraceName(int32_t cmd) {
     }
 }
 
-constexpr int32_t ERR_NULL_REPLY = -200001;
-constexpr int32_t ERR_UNKNOWN_CMD = -200002;
-constexpr int32_t ERR_NO_ITEMS = -200003;
-constexpr int32_t ERR_CALLBACK_EXPIRED = -200004;
-constexpr int32_t ERR_NO_MAPPER = -200006;
-constexpr int32_t ERR_IMPORT_FAILED = -200007;
-constexpr int32_t ERR_NO_HANDLE = -200008;
-constexpr int32_t ERR_BAD_JSON = -200012;
-constexpr int32_t ERR_DUP_FAILED = -200021;
 
 // The caller of a native_handle from dupFromAidl owns its descriptors and memory.
 struct DupedHandleDeleter {
@@ -224,7 +202,7 @@ int32_t AidlVirCameraCallback::ProcessImageRequest(const std::string& json, cons
                                                    std::string& out) {
     Json::Value root;
     if (JsonUtil::StringToJsonValue(json, root) != 0) {
-        return ERR_BAD_JSON;
+        return ERR_BAD_REQUEST_JSON;
     }
     if (items.empty()) {
         return ERR_NO_ITEMS;

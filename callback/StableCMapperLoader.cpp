@@ -5,10 +5,13 @@
 #include <map>
 
 #include <aidl/android/hardware/graphics/allocator/IAllocator.h>
+#include <android-base/no_destructor.h>
 #include <android-base/thread_annotations.h>
 #include <android/binder_manager.h>
 #include <utils/Mutex.h>
 #include <vndksupport/linker.h>
+
+#include "common/InstanceNames.h"
 
 namespace android {
 
@@ -25,7 +28,7 @@ using LoadIMapper = AIMapper_Error (*)(AIMapper** outImplementation);
 class LoadedTables {
 public:
     static LoadedTables& Get() {
-        static LoadedTables* tables = new LoadedTables();
+        static base::NoDestructor<LoadedTables> tables;
         return *tables;
     }
     const AIMapper* Find(const std::string& path) EXCLUDES(mMutex) {
@@ -45,7 +48,7 @@ private:
 };
 
 bool AskSuffix(std::string& suffix, std::string& missing) {
-    const std::string name = std::string(IAllocator::descriptor) + "/default";
+    const std::string name = AidlServiceName(IAllocator::descriptor, DEFAULT_INSTANCE);
     if (!AServiceManager_isDeclared(name.c_str())) {
         missing = name + " is not declared";
         return false;

@@ -11,6 +11,7 @@
 #include "callback/VirMapperAdapter.h"
 #include "callback/VirMapperV5.h"
 #include "common/HidlDeathLink.h"
+#include "common/InstanceNames.h"
 
 namespace android {
 
@@ -21,7 +22,6 @@ using hardware::graphics::common::V1_0::BufferUsage;
 namespace {
 
 constexpr uint64_t CPU_USAGE = BufferUsage::CPU_READ_OFTEN | BufferUsage::CPU_WRITE_OFTEN;
-constexpr const char* INSTANCE = "default";
 
 template <class Error>
 int32_t ToInt(Error error) {
@@ -41,15 +41,15 @@ VirMapperMgr& VirMapperMgr::GetInstance() {
 }
 
 std::shared_ptr<VirMapperBase> VirMapperMgr::Create(std::string* missing) {
-    if (auto mapper = hardware::graphics::mapper::V4_0::IMapper::tryGetService(INSTANCE, false)) {
+    if (auto mapper = hardware::graphics::mapper::V4_0::IMapper::tryGetService(DEFAULT_INSTANCE, false)) {
         ALOGI("init mapper use V4");
         return std::make_shared<VirMapperV4>(mapper);
     }
-    if (auto mapper = hardware::graphics::mapper::V3_0::IMapper::tryGetService(INSTANCE, false)) {
+    if (auto mapper = hardware::graphics::mapper::V3_0::IMapper::tryGetService(DEFAULT_INSTANCE, false)) {
         ALOGI("init mapper use V3");
         return std::make_shared<VirMapperV3>(mapper);
     }
-    if (auto mapper = hardware::graphics::mapper::V2_0::IMapper::tryGetService(INSTANCE, false)) {
+    if (auto mapper = hardware::graphics::mapper::V2_0::IMapper::tryGetService(DEFAULT_INSTANCE, false)) {
         ALOGI("init mapper use V2");
         return std::make_shared<VirMapperV2>(mapper);
     }

@@ -8,6 +8,8 @@
 #include <utils/String16.h>
 #include <utils/String8.h>
 
+#include "common/AidlCodes.h"
+#include "common/InstanceNames.h"
 #include "common/JsonUtil.h"
 #include "common/VirCameraConstants.h"
 #include "wrapper/AidlService.h"
@@ -21,24 +23,20 @@ using android::SwitchState;
 
 namespace {
 
-constexpr int32_t CMD_REGISTER = 9005;
-constexpr int32_t CMD_UNREGISTER = 9006;
-constexpr int32_t CMD_SWITCH_ON = 10001;
-constexpr int32_t CMD_SWITCH_OFF = 10002;
-constexpr int32_t CMD_ID_LIST = 30001;
-
-constexpr int32_t ERR_WAIT_TIMEOUT = -200010;
-constexpr int32_t ERR_BAD_JSON = -200011;
-constexpr int32_t ERR_SWITCH_REFUSED = -200013;
-constexpr int32_t ERR_NO_SERVICE = -200014;
-constexpr int32_t ERR_BINDER = -200015;
-constexpr int32_t ERR_SWITCH_ON_FAILED = -200016;
-constexpr int32_t ERR_SWITCH_OFF_FAILED = -200017;
+using android::CMD_ID_LIST;
+using android::CMD_REGISTER;
+using android::CMD_SWITCH_OFF;
+using android::CMD_SWITCH_ON;
+using android::CMD_UNREGISTER;
+using android::ERR_BAD_SWITCH_JSON;
+using android::ERR_BINDER;
+using android::ERR_NO_SERVICE;
+using android::ERR_SWITCH_OFF_FAILED;
+using android::ERR_SWITCH_ON_FAILED;
+using android::ERR_SWITCH_REFUSED;
+using android::ERR_WAIT_TIMEOUT;
 
 constexpr int STREAM_CHANGE_MODE = 0;
-constexpr const char* REGISTER_INSTANCE = "/virtualcamera.register";
-constexpr const char* STREAM_CHANGE_INSTANCE = "/virtualcamera.streamchange";
-constexpr const char* CAMERA_PROVIDER = "android.hardware.camera.provider.ICameraProvider";
 
 std::string ToText(const Json::Value& value) {
     std::string text;
@@ -53,27 +51,23 @@ Json::Value DeviceRequest(const std::string& device, const std::string& service)
     return request;
 }
 
-// The texts of one switch direction.
+// The command and texts of one switch direction.
 struct SwitchTexts {
     int32_t cmd;
-    const char* function;
     const char* refused;
-    const char* waitFailed;
-    const char* succeeded;
-    const char* failed;
-    int32_t failedCode;
+    SwitchState::Ending ending;
 };
 
-const SwitchTexts SWITCH_ON = {CMD_SWITCH_ON, "SwitchOnCamStream",
+const SwitchTexts SWITCH_ON = {CMD_SWITCH_ON,
                                "%s: Switch on aidl virtual camera device failed!",
-                               "%s: wait for switch on aidl virtual camera return failed!",
-                               "%s: switch on aidl virtual camera return success!",
-                               "%s: switch on aidl virtual camera return failed!", ERR_SWITCH_ON_FAILED};
-const SwitchTexts SWITCH_OFF = {CMD_SWITCH_OFF, "SwitchOffCamStream",
+                               {"SwitchOnCamStream", "%s: wait for switch on aidl virtual camera return failed!",
+                                ERR_WAIT_TIMEOUT, "%s: switch on aidl virtual camera return success!", ANDROID_LOG_INFO,
+                                "%s: switch on aidl virtual camera return failed!", ERR_SWITCH_ON_FAILED}};
+const SwitchTexts SWITCH_OFF = {CMD_SWITCH_OFF,
                                 "%s: Switch off aidl virtual camera device failed!",
-                                "%s: wait for switch off aidl virtual camera return failed!",
-                                "%s: switch off aidl virtual camera end success!",
-                                "%s: switch off aidl virtual camera return failed!", ERR_SWITCH_OFF_FAILED};
+                                {"SwitchOffCamStream", "%s: wait for switch off aidl virtual camera return failed!",
+                                 ERR_WAIT_TIMEOUT, "%s: switch off aidl virtual camera end success!", ANDROID_LOG_INFO,
+                                 "%s: switch off aidl virtual camera return failed!", ERR_SWITCH_OFF_FAILED}};
 
 // The sequence-number lines of this client's switch reports (plain numbers).
 class AidlReportLog final : public SwitchState::ReportLog {
@@ -92,16 +86,13 @@ const AidlReportLog REPORT_LOG;
 }  // namespace
 
 AidlVirtualCameraClient& AidlVirtualCameraClient::Get() {
-    static AidlVirtualCameraClient instance;
-    return instance;
+    // Never destroyed: binder threads may still report to it while the process exits.
+    static android::base::NoDestructor<AidlVirtualCameraClient> instance;
+    return *instance;
 }
 
 AidlVirtualCameraClient::AidlVirtualCameraClient() : mSwitch(LOG_TAG, REPORT_LOG) {
     ALOGI("%s", "AidlVirtualCameraClient");
-}
-
-AidlVirtualCameraClient::~AidlVirtualCameraClient() {
-    ALOGI("%s", "~AidlVirtualCameraClient");
 }
 
 std::shared_ptr<AidlVirtualCameraClient::IVirCameraChannel> AidlVirtualCameraClient::Connect() const {
@@ -116,14 +107,14 @@ bool AidlVirtualCameraClient::Init() {
         return true;
     }
     android::Vector<android::String16> instances =
-        android::defaultServiceManager()->getDeclaredInstances(android::String16(CAMERA_PROVIDER));
+        android::defaultServiceManager()->getDeclaredInstances(android::String16(android::AIDL_CAMERA_PROVIDER));
     for (const android::String16& instance : instances) {
         const std::string name = android::String8(instance).c_str();
-        ALOGI("%s: AidlVirtualCameraClient : %s   ,%s", __func__, (std::string(CAMERA_PROVIDER) + "/" + name).c_str(),
-              name.c_str());
+        ALOGI("%s: AidlVirtualCameraClient : %s   ,%s", __func__,
+              android::AidlServiceName(android::AIDL_CAMERA_PROVIDER, name.c_str()).c_str(), name.c_str());
     }
     ALOGI("%s: check for aidl client start", __func__);
-    std::shared_ptr<IVirCameraChannel> connect = NdkUtil::CheckAndStartService<IVirCameraChannel>(REGISTER_INSTANCE);
+    std::shared_ptr<IVirCameraChannel> connect = NdkUtil::CheckAndStartService<IVirCameraChannel>(android::REGISTER_CHANNEL);
     if (connect != nullptr) {
         ALOGI("%s: find mConnect", __func__);
     } else {
@@ -150,8 +141,7 @@ int32_t AidlVirtualCameraClient::RegisterVirCamera(std::string device, std::stri
     }
     StatusResult result;
     ndk::ScopedAStatus status = connect->doCmdRequest(CMD_REGISTER, ToText(request), &result);
-    if (!status.isOk()) {
-        ALOGE("%s: failed: %d msg: %s", __func__, status.getExceptionCode(), status.getMessage());
+    if (NdkUtil::CallFailed(status, LOG_TAG, __func__, "")) {
         return ERR_BINDER;
     }
     ALOGI("%s: Register virtual camera device with ret %d", __func__, result.status);
@@ -167,8 +157,7 @@ int32_t AidlVirtualCameraClient::UnRegisterVirCamera(std::string device, std::st
     }
     StatusResult result;
     ndk::ScopedAStatus status = connect->doCmdRequest(CMD_UNREGISTER, ToText(DeviceRequest(device, service)), &result);
-    if (!status.isOk()) {
-        ALOGE("%s: failed: %d msg: %s", __func__, status.getExceptionCode(), status.getMessage());
+    if (NdkUtil::CallFailed(status, LOG_TAG, __func__, "")) {
         return ERR_BINDER;
     }
     ALOGI("%s: Unregister virtual camera device with ret %d", __func__, result.status);
@@ -190,14 +179,14 @@ int32_t AidlVirtualCameraClient::Switch(bool on, const std::string& device, cons
     android::Turn::Scoped operationTurn(mOperationTurn);
     // Switch-on may start the stream-change service; switch-off only uses a running one.
     std::shared_ptr<IVirCameraChannel> channel =
-        on ? NdkUtil::CheckAndStartService<IVirCameraChannel>(STREAM_CHANGE_INSTANCE)
-           : NdkUtil::CheckOrGetService<IVirCameraChannel>(STREAM_CHANGE_INSTANCE);
+        on ? NdkUtil::CheckAndStartService<IVirCameraChannel>(android::STREAM_CHANGE_CHANNEL)
+           : NdkUtil::CheckOrGetService<IVirCameraChannel>(android::STREAM_CHANGE_CHANNEL);
     if (channel == nullptr) {
         if (!on) {
-            ALOGW("%s: Can not find service!", texts.function);
+            ALOGW("%s: Can not find service!", texts.ending.function);
             return 0;
         }
-        ALOGE("%s: Can not find service!", texts.function);
+        ALOGE("%s: Can not find service!", texts.ending.function);
         return ERR_NO_SERVICE;
     }
     Json::Value request = DeviceRequest(device, service);
@@ -216,81 +205,59 @@ int32_t AidlVirtualCameraClient::Switch(bool on, const std::string& device, cons
         SwitchState::Call switchCall(mSwitch, direction);
         StatusResult result;
         ndk::ScopedAStatus status = channel->doCmdRequest(texts.cmd, ToText(request), &result);
-        if (!status.isOk()) {
-            ALOGE("%s: failed: %d msg: %s", texts.function, status.getExceptionCode(), status.getMessage());
+        if (NdkUtil::CallFailed(status, LOG_TAG, texts.ending.function, "")) {
             return ERR_BINDER;
         }
         if (result.status != 0) {
-            ALOGE("%s: failed ret: %d", texts.function, result.status);
+            ALOGE("%s: failed ret: %d", texts.ending.function, result.status);
             return result.status;
         }
         Json::Value answer;
         JsonUtil::StringToJsonValue(result.data, answer);
         if (answer.empty()) {
-            ALOGE("%s inRoot failed %s", texts.function, result.data.c_str());
-            return ERR_BAD_JSON;
+            ALOGE("%s inRoot failed %s", texts.ending.function, result.data.c_str());
+            return ERR_BAD_SWITCH_JSON;
         }
         switchCall.Answer(static_cast<uint32_t>(JsonUtil::JsonParseInt(answer, android::KEY_SEQ_NO)));
         if (JsonUtil::JsonParseInt(answer, android::KEY_OPT_RET) != 0) {
-            ALOGE(texts.refused, texts.function);
+            ALOGE(texts.refused, texts.ending.function);
             return ERR_SWITCH_REFUSED;
         }
     }
     // A switch-off report takes its own number: the wait follows whatever it left.
     const int32_t seqNum = static_cast<int32_t>(mSwitch.SequenceNumber());
     if (!on) {
-        ALOGI("%s: Switch off aidl virtual camera start success, seqnum: %d", texts.function, seqNum);
+        ALOGI("%s: Switch off aidl virtual camera start success, seqnum: %d", texts.ending.function, seqNum);
     }
-    int32_t waited = WaitForHALReturn(direction, static_cast<uint32_t>(seqNum));
-    if (waited != 0) {
-        ALOGE(texts.waitFailed, texts.function);
-        return waited;
-    }
-    if (mSwitch.Succeeded(direction)) {
-        ALOGI(texts.succeeded, texts.function);
-        return 0;
-    }
-    ALOGE(texts.failed, texts.function);
-    return texts.failedCode;
-}
-
-int32_t AidlVirtualCameraClient::WaitForHALReturn(SwitchState::Direction direction, uint32_t seqNum) {
-    return mSwitch.Wait(direction, seqNum) == SwitchState::Outcome::TIMEOUT ? ERR_WAIT_TIMEOUT : 0;
+    return mSwitch.AwaitReport(direction, static_cast<uint32_t>(seqNum), texts.ending);
 }
 
 int32_t AidlVirtualCameraClient::NotifySwitchOnVirtualCameraResult(const std::string& json) {
-    Json::Value report;
-    JsonUtil::StringToJsonValue(json, report);
-    if (report.empty()) {
-        ALOGE("%s inRoot failed %s", __func__, json.c_str());
-        return ERR_BAD_JSON;
-    }
-    bool success = true;
-    const int32_t seqNum = JsonUtil::JsonParseInt(report, android::KEY_SEQ_NO);
-    if (JsonUtil::JsonParseInt(report, android::KEY_OPT_RET) != 0) {
-        ALOGE("%s: switch on aidl vitual camera stream failed!", __func__);
-        success = false;
-    }
     // The sequence number is checked against the switch in flight (REPORT_LOG).
-    mSwitch.Report(SwitchState::Direction::SWITCH_ON, static_cast<uint32_t>(seqNum), success, __func__);
-    return 0;
+    return NotifySwitchResult(SwitchState::Direction::SWITCH_ON, json, __func__,
+                              "%s: switch on aidl vitual camera stream failed!");
 }
 
 int32_t AidlVirtualCameraClient::NotifySwitchOffVirtualCameraResult(const std::string& json) {
+    // Switch-off takes whatever sequence number the HAL reports.
+    return NotifySwitchResult(SwitchState::Direction::SWITCH_OFF, json, __func__,
+                              "%s: switch off vitual camera stream failed!");
+}
+
+int32_t AidlVirtualCameraClient::NotifySwitchResult(SwitchState::Direction direction, const std::string& json,
+                                                    const char* function, const char* failedLine) {
     Json::Value report;
     JsonUtil::StringToJsonValue(json, report);
     if (report.empty()) {
-        ALOGE("%s inRoot failed %s", __func__, json.c_str());
-        return ERR_BAD_JSON;
+        ALOGE("%s inRoot failed %s", function, json.c_str());
+        return ERR_BAD_SWITCH_JSON;
     }
     const int32_t seqNum = JsonUtil::JsonParseInt(report, android::KEY_SEQ_NO);
-    bool success = true;
-    if (JsonUtil::JsonParseInt(report, android::KEY_OPT_RET) != 0) {
-        ALOGE("%s: switch off vitual camera stream failed!", __func__);
-        success = false;
+    const bool success = JsonUtil::JsonParseInt(report, android::KEY_OPT_RET) == 0;
+    if (!success) {
+        ALOGE(failedLine, function);
     }
-    // Switch-off takes whatever sequence number the HAL reports.
-    mSwitch.Report(SwitchState::Direction::SWITCH_OFF, static_cast<uint32_t>(seqNum), success, __func__);
+    mSwitch.Report(direction, static_cast<uint32_t>(seqNum), success, function);
     return 0;
 }
 
@@ -302,8 +269,7 @@ std::string AidlVirtualCameraClient::GetVirtualCameraIdList() {
     }
     StatusResult result;
     ndk::ScopedAStatus status = connect->doCmdRequest(CMD_ID_LIST, "", &result);
-    if (!status.isOk() || result.status != 0) {
-        ALOGE("%s: processCmdRequest failed: %d msg: %s", __func__, status.getExceptionCode(), status.getMessage());
+    if (NdkUtil::CallFailed(status, LOG_TAG, __func__, "processCmdRequest ", result.status)) {
         return android::STR_MINUS_ONE;
     }
     return result.data;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <aidl/vendor/zuvek/hardware/camera/vircamera/IVirCameraChannel.h>
+#include <android-base/no_destructor.h>
 #include <android-base/thread_annotations.h>
 #include <utils/Mutex.h>
 
@@ -22,7 +23,8 @@ namespace AIDLVIRTUAL_CAMERA_CLIENT {
 // The AIDL counterpart of the HIDL virtual camera client: registration, stream switching
 // (with the same wait for the HAL's report) and the id list, each as one doCmdRequest
 // with a JSON text. It also owns the per-mode user and service maps of the AIDL
-// wrappers and clears a mode when its channel service dies. One per process.
+// wrappers and clears a mode when its channel service dies. One per process, never
+// destroyed.
 class AidlVirtualCameraClient {
 public:
     using IVirCameraChannel = aidl::vendor::zuvek::hardware::camera::vircamera::IVirCameraChannel;
@@ -45,9 +47,6 @@ public:
                               const std::vector<std::string>& physicalIds) EXCLUDES(mOperationTurn);
     // As switch-on (-200017 reported failure); 0 when the service is missing.
     int32_t SwitchOffCamStream(std::string device, std::string service) EXCLUDES(mOperationTurn);
-    // 0 once the HAL reported the switch of `direction` (or had already reported `seqNum`);
-    // -200010 after three seconds without a report.
-    int32_t WaitForHALReturn(android::SwitchState::Direction direction, uint32_t seqNum);
     // Switch reports from the channel callback; 0, or -200011 when `json` does not parse.
     int32_t NotifySwitchOnVirtualCameraResult(const std::string& json);
     int32_t NotifySwitchOffVirtualCameraResult(const std::string& json);
@@ -68,11 +67,14 @@ public:
     android::Turn& RegistrationTurn() RETURN_CAPABILITY(mRegistrationTurn) { return mRegistrationTurn; }
 
 private:
+    friend class android::base::NoDestructor<AidlVirtualCameraClient>;
     AidlVirtualCameraClient();
-    ~AidlVirtualCameraClient();
     std::shared_ptr<IVirCameraChannel> Connect() const EXCLUDES(mConnectMutex);
     int32_t Switch(bool on, const std::string& device, const std::string& service, int cameraCount,
                    const std::vector<std::string>& physicalIds) EXCLUDES(mOperationTurn);
+    // A switch report; `failedLine` (taking the function name) logs a reported failure.
+    int32_t NotifySwitchResult(android::SwitchState::Direction direction, const std::string& json,
+                               const char* function, const char* failedLine);
 
     // Init runs one at a time; it may wait for the register channel without a time limit.
     android::Turn mInitTurn;

@@ -118,6 +118,19 @@ SwitchState::Outcome SwitchState::Wait(Direction direction, uint32_t seqNum) {
     return Outcome::WOKEN;
 }
 
+int32_t SwitchState::AwaitReport(Direction direction, uint32_t seqNum, const Ending& ending) {
+    if (Wait(direction, seqNum) == Outcome::TIMEOUT) {
+        __android_log_print(ANDROID_LOG_ERROR, mLogTag, ending.noReport, ending.function);
+        return ending.noReportCode;
+    }
+    if (Succeeded(direction)) {
+        __android_log_print(ending.succeededPriority, mLogTag, ending.succeeded, ending.function);
+        return 0;
+    }
+    __android_log_print(ANDROID_LOG_ERROR, mLogTag, ending.failed, ending.function);
+    return ending.failedCode;
+}
+
 bool SwitchState::Succeeded(Direction direction) const {
     Mutex::Autolock lock(mMutex);
     return mResults[IndexOf(direction)];

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <android-base/thread_annotations.h>
+#include <android/log.h>
 #include <utils/Mutex.h>
 
 namespace android {
@@ -27,6 +28,18 @@ class SwitchState {
 public:
     enum class Direction { SWITCH_ON, SWITCH_OFF };
     enum class Outcome { RETURNED_BEFORE, WOKEN, TIMEOUT };
+
+    // How a client ends an answered switch: one line and one result for each way it ends.
+    // Each text takes the function name.
+    struct Ending {
+        const char* function;
+        const char* noReport;
+        int32_t noReportCode;
+        const char* succeeded;
+        android_LogPriority succeededPriority;
+        const char* failed;
+        int32_t failedCode;
+    };
 
     // The client's log lines that depend on the sequence number in flight. Called with
     // this object's lock held: they only log.
@@ -67,6 +80,9 @@ public:
     // A report of the HAL; `succeeded` is its own verdict, before the sequence number is
     // checked. `caller` names the reporting function in the log lines.
     void Report(Direction direction, uint32_t seqNum, bool succeeded, const char* caller) EXCLUDES(mMutex);
+    // The end of an answered switch: Wait for `seqNum`, then log and return what the
+    // report left (0 when it succeeded).
+    int32_t AwaitReport(Direction direction, uint32_t seqNum, const Ending& ending) EXCLUDES(mMutex);
 
     // The outcome of the last judged report of `direction` (true before the first).
     bool Succeeded(Direction direction) const EXCLUDES(mMutex);

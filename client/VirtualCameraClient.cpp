@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <android-base/no_destructor.h>
 #include <android/hardware/camera/provider/2.4/ICameraProvider.h>
 #include <hidl/ServiceManagement.h>
 #include <json/value.h>
@@ -11,6 +12,7 @@
 
 #include "client/VirCameraSwitchCallback.h"
 #include "common/AnonyString.h"
+#include "common/InstanceNames.h"
 #include "common/JsonUtil.h"
 #include "common/VirCameraConstants.h"
 
@@ -25,9 +27,6 @@ using android::hardware::camera::provider::V2_4::ICameraProvider;
 
 namespace {
 
-constexpr const char* PROVIDER_INSTANCE = "virtual/0";
-constexpr const char* REGISTER_INSTANCE = "virtualcamera.register";
-constexpr const char* STREAM_CHANGE_INSTANCE = "virtualcamera.streamchange";
 constexpr int32_t NOTIFY_KEY_PHYSICAL_IDS = 101;
 constexpr int32_t NOTIFY_ALL_KEYS = -1;
 constexpr uint32_t SWITCH_CALLBACK_STATUS_UNSUPPORTED = 4;
@@ -75,6 +74,15 @@ public:
 
 const HidlReportLog REPORT_LOG;
 
+// The ends of a switch; a switch-off success has always been an error line.
+const SwitchState::Ending SWITCH_ON_ENDING = {"SwitchOnCamStream", "%s: wait for switch on virtual camera return failed!",
+                                              -1, "%s: switch on virtual camera return success!", ANDROID_LOG_INFO,
+                                              "%s: switch on virtual camera return failed!", -1};
+const SwitchState::Ending SWITCH_OFF_ENDING = {
+    "SwitchOffCamStream", "%s: wait for switch off virtual camera return failed!", -1,
+    "%s: switch off virtual camera return success!", ANDROID_LOG_ERROR, "%s: switch off virtual camera return failed!",
+    -1};
+
 // {"notifyKey":101,"notifyMsgData":"{\"virCamInfo\":[ids...]}"}: the HAL keeps the ids
 // of the physical cameras behind the virtual one.
 std::string PhysicalIdMessage(const std::vector<std::string>& physicalIds) {
@@ -95,16 +103,12 @@ std::string PhysicalIdMessage(const std::vector<std::string>& physicalIds) {
 }  // namespace
 
 VirtualCameraClient* VirtualCameraClient::Get() {
-    static VirtualCameraClient* instance = new VirtualCameraClient();
-    return instance;
+    static android::base::NoDestructor<VirtualCameraClient> instance;
+    return instance.get();
 }
 
 VirtualCameraClient::VirtualCameraClient() : mSwitch(LOG_TAG, REPORT_LOG), mSwitchCallback(new VirCameraSwitchCallback()) {
     ALOGI("%s: ctor VirtualCameraClient!", "VirtualCameraClient");
-}
-
-VirtualCameraClient::~VirtualCameraClient() {
-    ALOGI("%s: dtor VirtualCameraClient!", "~VirtualCameraClient");
 }
 
 void VirtualCameraClient::ListenerDeathRecipient::serviceDied(uint64_t /*cookie*/,
@@ -135,7 +139,7 @@ bool VirtualCameraClient::Init() {
     }
     for (int32_t attempt = 0; providerDeclared && attempt < TRY_MAX_COUNT; ++attempt) {
         // The provider is only waited for, not used.
-        if (ICameraProvider::tryGetService(PROVIDER_INSTANCE, false) != nullptr) {
+        if (ICameraProvider::tryGetService(android::VIRTUAL_PROVIDER_INSTANCE, false) != nullptr) {
             providerFound = true;
             break;
         }
@@ -146,7 +150,7 @@ bool VirtualCameraClient::Init() {
         ALOGE("%s: Start hidl service (virtual/0) failed or startup scripts are not exist!", __func__);
         return false;
     }
-    channel = IVirCameraChannel::getService(REGISTER_INSTANCE, false);
+    channel = IVirCameraChannel::getService(android::REGISTER_CHANNEL, false);
     {
         android::Mutex::Autolock lock(mChannelMutex);
         mChannel = channel;
@@ -211,7 +215,7 @@ int32_t VirtualCameraClient::UnRegisterVirCamera(std::string device, std::string
 int32_t VirtualCameraClient::SwitchOnCamStream(std::string device, std::string service,
                                                const std::vector<std::string>& physicalIds) {
     android::Turn::Scoped operationTurn(mOperationTurn);
-    sp<IVirCameraChannel> channel = IVirCameraChannel::tryGetService(STREAM_CHANGE_INSTANCE, false);
+    sp<IVirCameraChannel> channel = IVirCameraChannel::tryGetService(android::STREAM_CHANGE_CHANNEL, false);
     if (channel == nullptr) {
         ALOGE("%s: Can not find IVirCameraChannel service!", __func__);
         return -1;
@@ -248,21 +252,12 @@ int32_t VirtualCameraClient::SwitchOnCamStream(std::string device, std::string s
         ALOGE("%s: Switch on virtual camera device failed!", __func__);
         return SwitchStatusToCode(status);
     }
-    if (WaitForHALReturn(SwitchState::Direction::SWITCH_ON, mSwitch.SequenceNumber()) != 0) {
-        ALOGE("%s: wait for switch on virtual camera return failed!", __func__);
-        return -1;
-    }
-    if (mSwitch.Succeeded(SwitchState::Direction::SWITCH_ON)) {
-        ALOGI("%s: switch on virtual camera return success!", __func__);
-        return 0;
-    }
-    ALOGE("%s: switch on virtual camera return failed!", __func__);
-    return -1;
+    return mSwitch.AwaitReport(SwitchState::Direction::SWITCH_ON, mSwitch.SequenceNumber(), SWITCH_ON_ENDING);
 }
 
 int32_t VirtualCameraClient::SwitchOffCamStream(std::string device, std::string service) {
     android::Turn::Scoped operationTurn(mOperationTurn);
-    sp<IVirCameraChannel> channel = IVirCameraChannel::tryGetService(STREAM_CHANGE_INSTANCE, false);
+    sp<IVirCameraChannel> channel = IVirCameraChannel::tryGetService(android::STREAM_CHANGE_CHANNEL, false);
     if (channel == nullptr) {
         // Without the service there is no stream to switch off.
         ALOGW("%s: Can not find IVirCameraChannel service!", __func__);
@@ -287,21 +282,9 @@ int32_t VirtualCameraClient::SwitchOffCamStream(std::string device, std::string 
         return SwitchStatusToCode(status);
     }
     // A switch-off report takes its own number: the wait follows whatever it left.
-    ALOGI("%s: Switch off virtual camera success, seqnum: %u", __func__, mSwitch.SequenceNumber());
-    if (WaitForHALReturn(SwitchState::Direction::SWITCH_OFF, mSwitch.SequenceNumber()) != 0) {
-        ALOGE("%s: wait for switch off virtual camera return failed!", __func__);
-        return -1;
-    }
-    if (mSwitch.Succeeded(SwitchState::Direction::SWITCH_OFF)) {
-        ALOGE("%s: switch off virtual camera return success!", __func__);
-        return 0;
-    }
-    ALOGE("%s: switch off virtual camera return failed!", __func__);
-    return -1;
-}
-
-int32_t VirtualCameraClient::WaitForHALReturn(SwitchState::Direction direction, uint32_t seqNum) {
-    return mSwitch.Wait(direction, seqNum) == SwitchState::Outcome::TIMEOUT ? -1 : 0;
+    const uint32_t seqNum = mSwitch.SequenceNumber();
+    ALOGI("%s: Switch off virtual camera success, seqnum: %u", __func__, seqNum);
+    return mSwitch.AwaitReport(SwitchState::Direction::SWITCH_OFF, seqNum, SWITCH_OFF_ENDING);
 }
 
 void VirtualCameraClient::NotifySwitchOnVirtualCameraResult(uint32_t seqNum, VirCamOptRet ret) {

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include <android-base/no_destructor.h>
 #include <android-base/thread_annotations.h>
 #include <utils/Mutex.h>
 #include <utils/RefBase.h>
@@ -20,8 +21,9 @@ class VirCameraSwitchCallback;
 
 // Registers virtual camera devices with the HAL over HIDL, switches their streams on
 // and off (waiting up to three seconds for the HAL's report) and lists their ids. One
-// per process, never destroyed. Register, unregister and switching run one at a time.
-class VirtualCameraClient : public virtual android::RefBase {
+// per process, never destroyed (binder threads may report to it while the process exits).
+// Register, unregister and switching run one at a time.
+class VirtualCameraClient {
 public:
     using IVirCameraChannel = vendor::zuvek::hardware::camera::vircamera::V1_0::IVirCameraChannel;
     using CameraFormat = vendor::zuvek::hardware::camera::vircamera::V1_0::CameraFormat;
@@ -54,9 +56,6 @@ public:
         EXCLUDES(mOperationTurn);
     // 0 also when the stream-change service is missing.
     int32_t SwitchOffCamStream(std::string device, std::string service) EXCLUDES(mOperationTurn);
-    // 0 once the HAL reported the switch of `direction` (or had already reported `seqNum`);
-    // -1 after three seconds without a report.
-    int32_t WaitForHALReturn(android::SwitchState::Direction direction, uint32_t seqNum);
     // Reports from the HAL, on binder threads.
     void NotifySwitchOnVirtualCameraResult(uint32_t seqNum, VirCamOptRet ret);
     void NotifySwitchOffVirtualCameraResult(uint32_t seqNum, VirCamOptRet ret);
@@ -70,10 +69,9 @@ public:
     std::vector<FrameSizeRate> AddDefaultFormat(std::vector<std::pair<uint32_t, uint32_t>>& sizes,
                                                 const std::vector<uint8_t>& frameRates);
 
-protected:
-    ~VirtualCameraClient() override;
-
 private:
+    friend class android::base::NoDestructor<VirtualCameraClient>;
+
     class ListenerDeathRecipient : public android::hardware::hidl_death_recipient {
     public:
         void serviceDied(uint64_t cookie, const android::wp<android::hidl::base::V1_0::IBase>& who) override;

@@ -2,6 +2,7 @@
 
 #include "client/VirtualCameraManager.h"
 
+#include <android-base/no_destructor.h>
 #include <json/value.h>
 #include <log/log.h>
 
@@ -34,20 +35,22 @@ bool ParseRequest(const char* operation, const std::string& data, Json::Value& r
     return true;
 }
 
-// What a start or finish request names: the kind of thing and the device it belongs to.
+// What a start or finish request names: the kind of thing and the device it belongs to,
+// with the whole request for the members only some kinds have.
 struct DeviceRequest {
+    Json::Value root;
     std::string type;
     std::string deviceId;
     std::string serviceId;
 };
 
-bool ReadDeviceRequest(const char* operation, const std::string& data, Json::Value& root, DeviceRequest& request) {
-    if (!ParseRequest(operation, data, root)) {
+bool ReadDeviceRequest(const char* operation, const std::string& data, DeviceRequest& request) {
+    if (!ParseRequest(operation, data, request.root)) {
         return false;
     }
-    request.type = JsonUtil::JsonParseString(root, KEY_TYPE);
-    request.deviceId = JsonUtil::JsonParseString(root, KEY_DEVICE_ID);
-    request.serviceId = JsonUtil::JsonParseString(root, KEY_SERVICE_ID);
+    request.type = JsonUtil::JsonParseString(request.root, KEY_TYPE);
+    request.deviceId = JsonUtil::JsonParseString(request.root, KEY_DEVICE_ID);
+    request.serviceId = JsonUtil::JsonParseString(request.root, KEY_SERVICE_ID);
     return true;
 }
 
@@ -57,7 +60,7 @@ const std::list<int> VirtualCameraManager::COMMANDS = {CMD_IS_HAL_SVC_RUNNING, C
                                                        CMD_FINISH_VIRTUAL_CAMERA, CMD_GET_VIRTUAL_CAMERA_ID_LIST};
 
 VirtualCameraManager& VirtualCameraManager::Get() {
-    static VirtualCameraManager* instance = new VirtualCameraManager();
+    static base::NoDestructor<VirtualCameraManager> instance;
     return *instance;
 }
 
@@ -104,14 +107,13 @@ void VirtualCameraManager::IsHalSvcRunning(int type, std::string data, OptResult
 
 void VirtualCameraManager::StartVirtualCamera(int type, std::string data, OptResult& result) {
     result.data = STR_MINUS_ONE;
-    Json::Value root;
     DeviceRequest request;
-    if (!ReadDeviceRequest(__func__, data, root, request)) {
+    if (!ReadDeviceRequest(__func__, data, request)) {
         return;
     }
     const std::string& deviceId = request.deviceId;
     const std::string& serviceId = request.serviceId;
-    const std::vector<std::string> vectorObj = JsonUtil::JsonParseArrayStr(root, KEY_VECTOR_OBJ);
+    const std::vector<std::string> vectorObj = JsonUtil::JsonParseArrayStr(request.root, KEY_VECTOR_OBJ);
     if (request.type == ENABLE_TYPE_VIRTUAL) {
         const int32_t ret = IsAidl(type) ? AidlVirtualCameraClient::Get().RegisterVirCamera(deviceId, serviceId, vectorObj)
                                          : VirtualCameraClient::Get()->RegisterVirCamera(deviceId, serviceId, vectorObj);
@@ -119,7 +121,7 @@ void VirtualCameraManager::StartVirtualCamera(int type, std::string data, OptRes
     } else if (request.type == ENABLE_TYPE_SWITCH) {
         int32_t ret;
         if (IsAidl(type)) {
-            const int cameraCount = JsonUtil::JsonParseInt(root, KEY_CAMERA_COUNT);
+            const int cameraCount = JsonUtil::JsonParseInt(request.root, KEY_CAMERA_COUNT);
             ret = AidlVirtualCameraClient::Get().SwitchOnCamStream(deviceId, serviceId, cameraCount, vectorObj);
         } else {
             ret = VirtualCameraClient::Get()->SwitchOnCamStream(deviceId, serviceId, vectorObj);
@@ -133,20 +135,19 @@ void VirtualCameraManager::StartVirtualCamera(int type, std::string data, OptRes
 
 void VirtualCameraManager::FinishVirtualCamera(int type, std::string data, OptResult& result) {
     result.data = STR_MINUS_ONE;
-    Json::Value root;
     DeviceRequest request;
-    if (!ReadDeviceRequest(__func__, data, root, request)) {
+    if (!ReadDeviceRequest(__func__, data, request)) {
         return;
     }
-    const std::string& deviceId = request.deviceId;
-    const std::string& serviceId = request.serviceId;
+    const std::string& device = request.deviceId;
+    const std::string& service = request.serviceId;
     if (request.type == ENABLE_TYPE_VIRTUAL) {
-        const int32_t ret = IsAidl(type) ? AidlVirtualCameraClient::Get().UnRegisterVirCamera(deviceId, serviceId)
-                                         : VirtualCameraClient::Get()->UnRegisterVirCamera(deviceId, serviceId);
+        const int32_t ret = IsAidl(type) ? AidlVirtualCameraClient::Get().UnRegisterVirCamera(device, service)
+                                         : VirtualCameraClient::Get()->UnRegisterVirCamera(device, service);
         result.data = std::to_string(ret);
     } else if (request.type == ENABLE_TYPE_SWITCH) {
-        const int32_t ret = IsAidl(type) ? AidlVirtualCameraClient::Get().SwitchOffCamStream(deviceId, serviceId)
-                                         : VirtualCameraClient::Get()->SwitchOffCamStream(deviceId, serviceId);
+        const int32_t ret = IsAidl(type) ? AidlVirtualCameraClient::Get().SwitchOffCamStream(device, service)
+                                         : VirtualCameraClient::Get()->SwitchOffCamStream(device, service);
         result.data = std::to_string(ret);
     } else {
         ALOGE("%s: Finish virtual camera failed. Unsupported enableType: '%s'", __func__, request.type.c_str());

@@ -3,6 +3,8 @@
 #include <list>
 #include <string>
 
+#include <android-base/no_destructor.h>
+
 #include "IVirCameraWrapper.h"
 
 namespace android {
@@ -31,6 +33,7 @@ public:
     void GetVirtualCameraIdList(int type, OptResult& result);
 
 private:
+    friend class base::NoDestructor<VirtualCameraManager>;
     VirtualCameraManager() = default;
 };
 

@@ -1,5 +1,6 @@
 #include "common/JsonDepth.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace JsonUtil {
@@ -288,6 +289,12 @@ class ReaderWalk {
 
 }  // namespace
 
-size_t ReaderLimitCut(const std::string& text) { return ReaderWalk(text).Cut(); }
+size_t ReaderLimitCut(const std::string& text) {
+    // Each open value is one '[' or '{' of the text: with fewer, the limit is out of reach
+    // and the walk (with its allocations) can be spared.
+    const auto openers = std::count_if(text.begin(), text.end(), [](char c) { return c == '[' || c == '{'; });
+    if (static_cast<size_t>(openers) < READER_STACK_LIMIT) return std::string::npos;
+    return ReaderWalk(text).Cut();
+}
 
 }  // namespace JsonUtil

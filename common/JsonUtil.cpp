@@ -5,7 +5,9 @@
 #include <json/reader.h>
 #include <json/writer.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "common/JsonDepth.h"
@@ -66,8 +68,10 @@ bool ExceedsReaderLimit(const std::string& text) {
 int StringToJsonValue(const std::string& text, Json::Value& root) {
     bool parsed = false;
     if (!ExceedsReaderLimit(text)) {
-        Json::Reader reader;
-        parsed = reader.parse(text, root, true);
+        // One reader per thread: each parse starts from a clean state, and the reader's
+        // own stacks are allocated once instead of for every text of the frame path.
+        thread_local Json::Reader reader;
+        parsed = reader.parse(text.data(), text.data() + text.size(), root, true);
     }
     if (!parsed) {
         __android_log_print(ANDROID_LOG_WARN, TAG_WRAPPERCB, "%s convert %s failed.",
@@ -87,6 +91,91 @@ int JsonValueToString(const Json::Value& value, std::string& text) {
 }
 
 #pragma GCC diagnostic pop
+
+namespace {
+
+// A cursor over a JSON text with the reader's idea of white space.
+class FlatScanner {
+public:
+    explicit FlatScanner(const std::string& text) : mNext(text.data()), mEnd(text.data() + text.size()) {}
+
+    bool AtEnd() const { return mNext == mEnd; }
+    void SkipSpaces() {
+        while (mNext != mEnd && (*mNext == ' ' || *mNext == '\t' || *mNext == '\r' || *mNext == '\n')) ++mNext;
+    }
+    bool Take(char c) {
+        if (mNext == mEnd || *mNext != c) return false;
+        ++mNext;
+        return true;
+    }
+    // A member name without escapes (anything else is left to the reader).
+    bool Name(const char*& name, size_t& length) {
+        if (!Take('"')) return false;
+        name = mNext;
+        while (mNext != mEnd && *mNext != '"' && *mNext != '\\') ++mNext;
+        length = static_cast<size_t>(mNext - name);
+        return Take('"');
+    }
+    // -?digits without leading zeros, within 32 bits: the literals the reader turns into
+    // an int for certain. (A fraction or an exponent after them is refused by the caller,
+    // which accepts only white space, ',' or '}' there.)
+    bool Int(int& value) {
+        const bool negative = Take('-');
+        const char* digits = mNext;
+        while (mNext != mEnd && *mNext >= '0' && *mNext <= '9') ++mNext;
+        const size_t count = static_cast<size_t>(mNext - digits);
+        if (count == 0 || count > 10 || (count > 1 && *digits == '0')) return false;
+        int64_t magnitude = 0;
+        for (const char* d = digits; d != mNext; ++d) magnitude = magnitude * 10 + (*d - '0');
+        const int64_t signedValue = negative ? -magnitude : magnitude;
+        if (signedValue < INT32_MIN || signedValue > INT32_MAX) return false;
+        value = static_cast<int>(signedValue);
+        return true;
+    }
+
+private:
+    const char* mNext;
+    const char* const mEnd;
+};
+
+constexpr size_t MAX_INT_MEMBERS = 8;
+
+}  // namespace
+
+bool ReadIntMembers(const std::string& text, const std::string* const* keys, size_t count, int* values) {
+    if (count > MAX_INT_MEMBERS) return false;
+    bool found[MAX_INT_MEMBERS] = {};
+    FlatScanner scanner(text);
+    scanner.SkipSpaces();
+    if (!scanner.Take('{')) return false;
+    scanner.SkipSpaces();
+    if (!scanner.Take('}')) {
+        for (;;) {
+            const char* name = nullptr;
+            size_t length = 0;
+            int value = 0;
+            if (!scanner.Name(name, length)) return false;
+            scanner.SkipSpaces();
+            if (!scanner.Take(':')) return false;
+            scanner.SkipSpaces();
+            if (!scanner.Int(value)) return false;
+            for (size_t k = 0; k < count; ++k) {
+                if (keys[k]->size() == length && keys[k]->compare(0, length, name, length) == 0) {
+                    if (found[k]) return false;  // a repeated member: the reader keeps the last
+                    found[k] = true;
+                    values[k] = value;
+                }
+            }
+            scanner.SkipSpaces();
+            if (scanner.Take('}')) break;
+            if (!scanner.Take(',')) return false;
+            scanner.SkipSpaces();
+        }
+    }
+    scanner.SkipSpaces();
+    if (!scanner.AtEnd()) return false;
+    return std::all_of(found, found + count, [](bool f) { return f; });
+}
 
 std::string JsonParseString(const Json::Value& root, const std::string& key) {
     const char* function = "JsonParseString";

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,18 @@ namespace JsonUtil {
 // refused before anything is stored in `root`. Linear time; besides the reader's own
 // recursion (at most 1,000 levels) no recursion.
 int StringToJsonValue(const std::string& text, Json::Value& root);
+
+// The int members `keys` of `text` into `values`, without building a tree: true when
+// `text` is one flat JSON object whose members are all integer literals in 32 bits and
+// each of `keys` is among them exactly once. The values are then exactly what
+// StringToJsonValue and JsonParseInt read, and neither would have logged. False in any
+// other case, with `values` unspecified: the caller takes that general path instead.
+bool ReadIntMembers(const std::string& text, const std::string* const* keys, size_t count, int* values);
+
+template <size_t N>
+bool ReadIntMembers(const std::string& text, const std::string* const (&keys)[N], int (&values)[N]) {
+    return ReadIntMembers(text, keys, N, values);
+}
 
 // Compact text of `value` without the writer's trailing newline ("null", "[]", ...).
 // Always 0. The writer recurses once per level: fine for any tree parsed above.

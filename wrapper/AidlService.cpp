@@ -4,15 +4,20 @@
 
 #include "wrapper/AidlService.h"
 
-#include <unistd.h>
+#include <iterator>
+#include <utility>
 
+#include <android-base/no_destructor.h>
+#include <android-base/unique_fd.h>
 #include <android/binder_process.h>
 #include <json/value.h>
 #include <log/log.h>
 #include <utils/Trace.h>
 
 #include "client/AidlVirtualCameraClient.h"
+#include "common/AidlCodes.h"
 #include "common/HashIdCache.h"
+#include "common/InstanceNames.h"
 #include "common/JsonUtil.h"
 #include "common/VirCameraConstants.h"
 #include "wrapper/NdkUtil.h"
@@ -25,29 +30,15 @@ using AIDLVIRTUAL_CAMERA_CLIENT::AidlVirtualCameraClient;
 
 namespace {
 
-constexpr int ERR_CALLBACK_EXPIRED = -200004;
-constexpr int ERR_NO_SERVICE = -200014;
-constexpr int ERR_NO_BINDER = -200018;
-constexpr int ERR_LINK_FAILED = -200019;
-constexpr int ERR_BAD_JSON = -1;
-
-constexpr int CMD_SERVICE_DIED = 15016;
-constexpr int CMD_HAL_REQUEST_FIRST = 20001;
-constexpr int CMD_HAL_REQUEST_LAST = 20003;
-constexpr int CMD_IMAGE_DONE = 20003;  // a filled buffer goes back to the HAL
-constexpr int CMD_HAL_DATA = 9101;
-constexpr int CMD_LOCK_BUFFER = 9108;
-constexpr int CMD_UNLOCK_BUFFER = 9109;
-
-HashIdCache gHashIds;
-
+// Never destroyed: a binder thread may still convert while the process exits.
 int ConvertToHashID(const std::string& text) {
-    return gHashIds.ConvertToHashID(text);
+    static base::NoDestructor<HashIdCache> hashIds;
+    return hashIds->ConvertToHashID(text);
 }
 
-const char* InstanceSuffix(IVirCameraWrapper::VirCameraMode mode) {
-    return mode == IVirCameraWrapper::MODE_STREAM_CHANGE ? "/virtualcamera.streamchange" : "/virtualcamera.register";
-}
+// The members naming a buffer in the caller's lock and unlock texts.
+const std::string* const BUFFER_KEYS[] = {&KEY_SESSION_ID, &KEY_STREAM_ID, &KEY_BUFFER_ID};
+const std::string* const UNLOCK_KEYS[] = {&KEY_SESSION_ID, &KEY_STREAM_ID, &KEY_BUFFER_ID, &KEY_INDEX};
 
 }  // namespace
 
@@ -72,21 +63,24 @@ AidlService::AidlService() {
 }
 
 AidlService::~AidlService() {
+    // Deleting the recipient (with this object) removes its links; pending cookies are
+    // freed with them.
     ALOGD("~AidlService");
-    // Deleting the recipient removes its links; pending cookies are freed with them.
-    if (mDeathRecipient != nullptr) {
-        AIBinder_DeathRecipient_delete(mDeathRecipient);
-    }
 }
 
 std::shared_ptr<AidlService::IVirCameraChannel> AidlService::FindService() {
-    std::string name;
+    const char* instance;
     {
         Mutex::Autolock lock(mMutex);
-        mServiceName = InstanceSuffix(mMode);
-        name = mServiceName;
+        // The channel this connection linked to, while it lives: a service leaves the
+        // service manager only by dying, and the manifest does not change at run time.
+        // A dead one is asked for anew, as every call did before the link.
+        if (mChannel != nullptr && AIBinder_isAlive(mChannel->asBinder().get())) {
+            return mChannel;
+        }
+        instance = ChannelInstance(mMode);
     }
-    return NdkUtil::CheckOrGetService<IVirCameraChannel>(name);
+    return NdkUtil::CheckOrGetService<IVirCameraChannel>(instance);
 }
 
 int AidlService::RegisterCallback(const std::string& device, const std::string& service,
@@ -95,13 +89,14 @@ int AidlService::RegisterCallback(const std::string& device, const std::string& 
     if (callback.expired()) {
         return ERR_CALLBACK_EXPIRED;
     }
-    const char* name = InstanceSuffix(mode);
     {
         Mutex::Autolock lock(mMutex);
-        mServiceName = name;
+        if (mode != mMode) {
+            mChannel.reset();  // another instance: nothing to reuse
+        }
         mMode = mode;
     }
-    std::shared_ptr<IVirCameraChannel> channel = NdkUtil::CheckAndStartService<IVirCameraChannel>(name);
+    std::shared_ptr<IVirCameraChannel> channel = NdkUtil::CheckAndStartService<IVirCameraChannel>(ChannelInstance(mode));
     if (channel == nullptr) {
         return ERR_NO_SERVICE;
     }
@@ -176,7 +171,7 @@ AIBinder* AidlService::GetBinder() {
     Mutex::Autolock lock(mMutex);
     mChannel = channel;
     if (mChannel == nullptr) {
-        ALOGE("%s: failed cannot get service %s", "GetBinder", mServiceName.c_str());
+        ALOGE("%s: failed cannot get service /%s", "GetBinder", ChannelInstance(mMode));
         return nullptr;
     }
     // The proxy keeps its binder alive as long as mChannel holds it.
@@ -189,21 +184,20 @@ int AidlService::LinkToDeath() {
         ALOGE("%s: failed callback binder is null", "LinkToDeath");
         return ERR_NO_BINDER;
     }
-    AIBinder_DeathRecipient* recipient = AIBinder_DeathRecipient_new(BinderDied);
-    AIBinder_DeathRecipient_setOnUnlinked(recipient, DeathCookie::OnUnlinked);
+    ndk::ScopedAIBinder_DeathRecipient recipient(AIBinder_DeathRecipient_new(BinderDied));
+    AIBinder_DeathRecipient_setOnUnlinked(recipient.get(), DeathCookie::OnUnlinked);
+    AIBinder_DeathRecipient* linking = recipient.get();
     auto* cookie = new DeathCookie{weak_from_this()};
-    AIBinder_DeathRecipient* previous;
     {
         Mutex::Autolock lock(mMutex);
-        previous = mDeathRecipient;
-        mDeathRecipient = recipient;
+        std::swap(recipient, mDeathRecipient);
         mDeathCookie = nullptr;
     }
-    if (previous != nullptr) {
-        AIBinder_DeathRecipient_delete(previous);
-    }
+    // The previous recipient goes, its links with it, once the lock is released: a death
+    // being delivered on it may be waiting for that lock.
+    recipient = ndk::ScopedAIBinder_DeathRecipient();
     // On failure the recipient's unlink callback has already freed the cookie.
-    if (AIBinder_linkToDeath(binder, recipient, cookie) != STATUS_OK) {
+    if (AIBinder_linkToDeath(binder, linking, cookie) != STATUS_OK) {
         ALOGW("%s: failed with binder wrong status", "LinkToDeath");
         return ERR_LINK_FAILED;
     }
@@ -222,7 +216,7 @@ int AidlService::UnLinkToDeath() {
     DeathCookie* cookie;
     {
         Mutex::Autolock lock(mMutex);
-        recipient = mDeathRecipient;
+        recipient = mDeathRecipient.get();
         cookie = mDeathCookie;
         mDeathCookie = nullptr;
     }
@@ -284,8 +278,7 @@ OptResult AidlService::SendRequest(int cmd, const std::string& data) {
     }
     StatusResult answer{};  // a failed call writes nothing: the code must read 0
     ndk::ScopedAStatus status = channel->doCmdRequest(cmd, data, &answer);
-    if (!status.isOk() || answer.status != 0) {
-        ALOGE("%s: doCmdRequest failed: %d msg: %s", "SendRequest", status.getExceptionCode(), status.getMessage());
+    if (NdkUtil::CallFailed(status, LOG_TAG, "SendRequest", "doCmdRequest ", answer.status)) {
         result.result = answer.status;
     }
     return result;
@@ -310,9 +303,7 @@ OptResult AidlService::SendData(int cmd, const std::string& data, const std::vec
             StatusResult answer{};
             std::vector<InfoData> infos;  // not used: their descriptors close with the vector
             ndk::ScopedAStatus status = channel->processCmdRequest(data, &infos, &answer);
-            if (!status.isOk() || answer.status != 0) {
-                ALOGE("%s: processCmdRequest failed: %d msg: %s", "SendData", status.getExceptionCode(),
-                      status.getMessage());
+            if (NdkUtil::CallFailed(status, LOG_TAG, "SendData", "processCmdRequest ", answer.status)) {
                 result.result = answer.status;
             }
             break;
@@ -325,8 +316,12 @@ OptResult AidlService::SendData(int cmd, const std::string& data, const std::vec
 }
 
 uint64_t AidlService::LockVideoBuffer(const std::string& json, const std::vector<CommonData>& items) {
+    // The caller's usual text takes the fast path; any other one the general path, with
+    // its log lines in its order.
+    int ids[std::size(BUFFER_KEYS)];
+    const bool flat = JsonUtil::ReadIntMembers(json, BUFFER_KEYS, ids);
     Json::Value root;
-    if (JsonUtil::StringToJsonValue(json, root) != 0) {
+    if (!flat && JsonUtil::StringToJsonValue(json, root) != 0) {
         ALOGE("%s inRoot decode failed", "LockVideoBuffer");
         return 0;
     }
@@ -339,29 +334,34 @@ uint64_t AidlService::LockVideoBuffer(const std::string& json, const std::vector
         return 0;
     }
     auto** handleData = reinterpret_cast<void**>(static_cast<uintptr_t>(items[0].pointer));
-    void* address = callback->LockVideoBuffer(JsonUtil::JsonParseInt(root, KEY_SESSION_ID),
-                                              JsonUtil::JsonParseInt(root, KEY_STREAM_ID),
-                                              JsonUtil::JsonParseInt(root, KEY_BUFFER_ID), handleData);
+    void* address = flat ? callback->LockVideoBuffer(ids[0], ids[1], ids[2], handleData)
+                         : callback->LockVideoBuffer(JsonUtil::JsonParseInt(root, KEY_SESSION_ID),
+                                                     JsonUtil::JsonParseInt(root, KEY_STREAM_ID),
+                                                     JsonUtil::JsonParseInt(root, KEY_BUFFER_ID), handleData);
     return reinterpret_cast<uintptr_t>(address);
 }
 
 int AidlService::UnLockVideoBuffer(const std::string& json) {
+    int ids[std::size(UNLOCK_KEYS)];
+    const bool flat = JsonUtil::ReadIntMembers(json, UNLOCK_KEYS, ids);
     Json::Value root;
-    if (JsonUtil::StringToJsonValue(json, root) != 0) {
+    if (!flat && JsonUtil::StringToJsonValue(json, root) != 0) {
         ALOGE("%s inRoot decode failed", "UnLockVideoBuffer");
-        return ERR_BAD_JSON;
+        return ERR_FAILED;
     }
     std::shared_ptr<AidlVirCameraCallback> callback = GetAidlCallback();
     if (callback == nullptr) {
-        return ERR_BAD_JSON;
+        return ERR_FAILED;
     }
-    int fence = JsonUtil::JsonParseInt(root, KEY_INDEX);
-    int result = callback->UnLockVideoBuffer(JsonUtil::JsonParseInt(root, KEY_SESSION_ID),
-                                             JsonUtil::JsonParseInt(root, KEY_STREAM_ID),
-                                             JsonUtil::JsonParseInt(root, KEY_BUFFER_ID), fence);
-    // Nothing hands the release fence to the caller over this path: do not leak it.
-    if (result == 0 && fence >= 0) {
-        close(fence);
+    int fence = flat ? ids[3] : JsonUtil::JsonParseInt(root, KEY_INDEX);
+    int result = flat ? callback->UnLockVideoBuffer(ids[0], ids[1], ids[2], fence)
+                      : callback->UnLockVideoBuffer(JsonUtil::JsonParseInt(root, KEY_SESSION_ID),
+                                                    JsonUtil::JsonParseInt(root, KEY_STREAM_ID),
+                                                    JsonUtil::JsonParseInt(root, KEY_BUFFER_ID), fence);
+    // Only a successful unlock writes a release fence (before, `fence` is the request's
+    // index). Nothing hands it to the caller over this path: do not leak it.
+    if (result == 0) {
+        android::base::unique_fd releaseFence(fence);
     }
     return result;
 }

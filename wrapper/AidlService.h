@@ -6,7 +6,7 @@
 
 #include <aidl/vendor/zuvek/hardware/camera/vircamera/IVirCameraChannel.h>
 #include <android-base/thread_annotations.h>
-#include <android/binder_ibinder.h>
+#include <android/binder_auto_utils.h>
 #include <utils/Mutex.h>
 
 #include "IVirCameraWrapper.h"
@@ -64,13 +64,12 @@ private:
     // Guards everything below: registration writes it while requests and the death
     // thread read it. Never held across a call to the HAL, the binder or the caller.
     mutable Mutex mMutex;
-    std::string mServiceName GUARDED_BY(mMutex);
     IVirCameraWrapper::VirCameraMode mMode GUARDED_BY(mMutex) = IVirCameraWrapper::MODE_STREAM_CHANGE;
     bool mRegistered GUARDED_BY(mMutex) = false;
     std::shared_ptr<AidlVirCameraCallbackReflector> mReflector GUARDED_BY(mMutex);
     std::string mDeviceId GUARDED_BY(mMutex);
     std::string mServiceId GUARDED_BY(mMutex);
-    AIBinder_DeathRecipient* mDeathRecipient GUARDED_BY(mMutex) = nullptr;
+    ndk::ScopedAIBinder_DeathRecipient mDeathRecipient GUARDED_BY(mMutex);
     // Owned by its link, freed when the link goes.
     DeathCookie* mDeathCookie GUARDED_BY(mMutex) = nullptr;
     std::shared_ptr<IVirCameraChannel> mChannel GUARDED_BY(mMutex);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include <android-base/no_destructor.h>
 #include <log/log.h>
 
 #include "client/AidlVirtualCameraClient.h"
@@ -21,10 +22,10 @@ namespace {
 
 constexpr int AIDL_TRANSPORT = 2;
 
-HashIdCache gHashIds;
-
+// Never destroyed: a binder thread may still convert while the process exits.
 int ConvertToHashID(const std::string& text) {
-    return gHashIds.ConvertToHashID(text);
+    static base::NoDestructor<HashIdCache> hashIds;
+    return hashIds->ConvertToHashID(text);
 }
 
 OptResult Failure() {
@@ -33,14 +34,43 @@ OptResult Failure() {
     return result;
 }
 
-// The connection of `mode`, copied out under the maps lock so a concurrent death cannot
-// destroy it under a running call. Null when the mode has none.
-std::shared_ptr<AidlService> ServiceOfMode(int mode, bool& found) {
+// The highest mode with a user whose identifiers sum to uniqueID, or -1.
+int ModeOf(const AidlVirtualCameraClient::UserMap& users, int uniqueID) {
+    int result = -1;
+    for (const auto& [mode, list] : users) {
+        for (const DevStrInfo& user : list) {
+            if (ConvertToHashID(user.device) + ConvertToHashID(user.service) == uniqueID) {
+                result = mode;
+                break;
+            }
+        }
+    }
+    return result;
+}
+
+// The mode of uniqueID and, when asked for, its connection, found in one look at the maps.
+// The connection is copied out under the maps lock so a concurrent death cannot destroy it
+// under a running call; null (found false) when the mode has none.
+struct Route {
+    int mode = -1;
+    bool found = false;
+    std::shared_ptr<AidlService> connection;
+};
+
+Route RouteOf(int uniqueID, bool withConnection) {
     AidlVirtualCameraClient& client = AidlVirtualCameraClient::Get();
+    Route route;
     Mutex::Autolock lock(client.MapsMutex());
-    auto entry = client.GetServiceMap().find(mode);
-    found = entry != client.GetServiceMap().end();
-    return found ? entry->second : nullptr;
+    route.mode = ModeOf(client.GetUserMap(), uniqueID);
+    if (!withConnection) {
+        return route;
+    }
+    auto entry = client.GetServiceMap().find(route.mode);
+    route.found = entry != client.GetServiceMap().end();
+    if (route.found) {
+        route.connection = entry->second;
+    }
+    return route;
 }
 
 }  // namespace
@@ -165,52 +195,36 @@ int AidlVirCameraWrapper::UnRegisterCallback(const std::string& device, const st
 
 int AidlVirCameraWrapper::GetServiceMode(int uniqueID) {
     AidlVirtualCameraClient& client = AidlVirtualCameraClient::Get();
-    AidlVirtualCameraClient::UserMap users;
-    {
-        Mutex::Autolock mapsLock(client.MapsMutex());
-        users = client.GetUserMap();
-    }
-    int result = -1;
-    for (const auto& [mode, list] : users) {
-        for (const DevStrInfo& user : list) {
-            if (ConvertToHashID(user.device) + ConvertToHashID(user.service) == uniqueID) {
-                result = mode;
-                break;
-            }
-        }
-    }
-    return result;
+    Mutex::Autolock mapsLock(client.MapsMutex());
+    return ModeOf(client.GetUserMap(), uniqueID);
 }
 
 OptResult AidlVirCameraWrapper::SendRequest(int cmd, const int& uniqueID, const std::string& data) {
-    const int mode = GetServiceMode(uniqueID);
-    ALOGI("%s: cmd=%d uniqueID=%d serviceMode=%d", __func__, cmd, uniqueID, mode);
-    if (std::find(mManagerCmds.begin(), mManagerCmds.end(), cmd) != mManagerCmds.end()) {
+    const bool managerCmd = std::find(mManagerCmds.begin(), mManagerCmds.end(), cmd) != mManagerCmds.end();
+    const Route route = RouteOf(uniqueID, !managerCmd);
+    ALOGI("%s: cmd=%d uniqueID=%d serviceMode=%d", __func__, cmd, uniqueID, route.mode);
+    if (managerCmd) {
         return VirtualCameraManager::Get().HandleRequest(AIDL_TRANSPORT, cmd, uniqueID, data);
     }
-    bool found = false;
-    std::shared_ptr<AidlService> connection = ServiceOfMode(mode, found);
-    if (!found) {
+    if (!route.found) {
         return Failure();
     }
-    if (connection == nullptr) {
+    if (route.connection == nullptr) {
         ALOGE("%s : mService is null", __func__);
         return Failure();
     }
-    return connection->SendRequest(cmd, data);
+    return route.connection->SendRequest(cmd, data);
 }
 
 OptResult AidlVirCameraWrapper::SendData(int cmd, const int& uniqueID, const std::string& data,
                                          const std::vector<CommonData>& items) {
-    const int mode = GetServiceMode(uniqueID);
-    ALOGD("%s: cmd=%d uniqueID=%d serviceMode=%d", __func__, cmd, uniqueID, mode);
-    bool found = false;
-    std::shared_ptr<AidlService> connection = ServiceOfMode(mode, found);
-    if (!found || connection == nullptr) {
+    const Route route = RouteOf(uniqueID, true);
+    ALOGD("%s: cmd=%d uniqueID=%d serviceMode=%d", __func__, cmd, uniqueID, route.mode);
+    if (!route.found || route.connection == nullptr) {
         ALOGE("%s : mService is null", __func__);
         return Failure();
     }
-    return connection->SendData(cmd, data, items);
+    return route.connection->SendData(cmd, data, items);
 }
 
 }  // namespace android

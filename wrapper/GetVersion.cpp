@@ -11,14 +11,14 @@
 #include <android/binder_manager.h>
 #include <android/log.h>
 
+#include "common/InstanceNames.h"
+
 using aidl::vendor::zuvek::hardware::camera::vircamera::IVirCameraChannel;
 
 namespace android {
 
 namespace {
 
-constexpr const char* REGISTER_INSTANCE = "/virtualcamera.register";
-constexpr const char* STREAM_CHANGE_INSTANCE = "/virtualcamera.streamchange";
 constexpr int VERSION_HIDL = 1;
 constexpr int VERSION_AIDL = 2;
 
@@ -37,9 +37,8 @@ bool IsServiceConfValid(const std::string& registerName, const std::string& stre
 }  // namespace
 
 extern "C" int GetVersion() {
-    const std::string descriptor = IVirCameraChannel::descriptor;
-    const std::string registerName = descriptor + REGISTER_INSTANCE;
-    const std::string streamChangeName = descriptor + STREAM_CHANGE_INSTANCE;
+    const std::string registerName = AidlServiceName(IVirCameraChannel::descriptor, REGISTER_CHANNEL);
+    const std::string streamChangeName = AidlServiceName(IVirCameraChannel::descriptor, STREAM_CHANGE_CHANNEL);
     const bool aidl = IsServiceConfValid(registerName, streamChangeName);
     __android_log_print(ANDROID_LOG_DEBUG, LOG_TAG,
                         aidl ? "%s: check service config is aidl %s"

@@ -10,7 +10,7 @@
 #include <utils/Trace.h>
 
 #include "common/AnonyString.h"
-#include "wrapper/HidlChannelName.h"
+#include "common/InstanceNames.h"
 
 namespace android {
 
@@ -68,7 +68,7 @@ int HidlService::RegisterCallback(const std::string& device, const std::string& 
         ALOGW("audio remote wrapper callback is null.");
         return -1;
     }
-    const char* name = HidlChannelName(mode);
+    const char* name = ChannelInstance(mode);
     {
         Mutex::Autolock lock(mMutex);
         mServiceName = name;
@@ -136,7 +136,7 @@ int HidlService::UnRegisterCallback(const std::string& device, const std::string
             ALOGD("UnRegisterCallback not regist before");
             return 0;
         }
-        name = HidlChannelName(mMode);
+        name = ChannelInstance(mMode);
         mServiceName = name;
     }
     sp<IVirCameraChannel> channel = FindService(name);

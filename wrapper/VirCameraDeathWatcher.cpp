@@ -5,7 +5,7 @@
 #include <log/log.h>
 
 #include "common/HidlDeathLink.h"
-#include "wrapper/HidlChannelName.h"
+#include "common/InstanceNames.h"
 
 namespace android {
 
@@ -41,7 +41,7 @@ int VirCameraDeathWatcher::RegServiceLinkDeath(IVirCameraWrapper::VirCameraMode 
     if (sp<IVirCameraChannel> previous = TakeService()) {
         (void)previous->unlinkToDeath(this).isOk();
     }
-    sp<IVirCameraChannel> service = IVirCameraChannel::tryGetService(HidlChannelName(mode), false);
+    sp<IVirCameraChannel> service = IVirCameraChannel::tryGetService(ChannelInstance(mode), false);
     {
         Mutex::Autolock lock(mMutex);
         mService = service;

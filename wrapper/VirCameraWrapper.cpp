@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include <android-base/no_destructor.h>
 #include <log/log.h>
 
 #include "common/AnonyString.h"
@@ -17,10 +18,10 @@ namespace {
 
 constexpr int HIDL_TRANSPORT = 1;
 
-HashIdCache gHashIds;
-
+// Never destroyed: a binder thread may still convert while the process exits.
 int ConvertToHashID(const std::string& text) {
-    return gHashIds.ConvertToHashID(text);
+    static base::NoDestructor<HashIdCache> hashIds;
+    return hashIds->ConvertToHashID(text);
 }
 
 }  // namespace

@@ -205,4 +205,48 @@ TEST_F(JsonUtilTest, TextSurvivesRoundTrip) {
     EXPECT_EQ("x", Parse(written)["a"][0].asString());
 }
 
+// ---- ReadIntMembers: the tree-free reading of a flat object of ints ------------------
+
+const std::string KEY_A = "a";
+const std::string KEY_B = "bb";
+const std::string* const KEYS[] = {&KEY_A, &KEY_B};
+
+// Whenever the fast reading answers, it answers what the general path reads; on the
+// caller's usual texts it must answer.
+struct FlatCase {
+    std::string text;
+    bool fast;
+};
+
+void PrintTo(const FlatCase& c, std::ostream* out) { *out << c.text; }
+
+class ReadIntMembersTest : public JsonUtilTest, public ::testing::WithParamInterface<FlatCase> {};
+
+TEST_P(ReadIntMembersTest, AnswersOnlyWhatTheGeneralPathReads) {
+    const FlatCase& c = GetParam();
+    int values[2] = {0, 0};
+    const bool fast = JsonUtil::ReadIntMembers(c.text, KEYS, values);
+    EXPECT_EQ(c.fast, fast);
+    if (!fast) return;
+    EXPECT_TRUE(hostkit::logs::Lines().empty());
+    Json::Value root;
+    ASSERT_EQ(0, JsonUtil::StringToJsonValue(c.text, root));
+    EXPECT_EQ(JsonUtil::JsonParseInt(root, KEY_A), values[0]);
+    EXPECT_EQ(JsonUtil::JsonParseInt(root, KEY_B), values[1]);
+    EXPECT_TRUE(hostkit::logs::Lines().empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Texts, ReadIntMembersTest,
+    ::testing::Values(FlatCase{R"({"a":1,"bb":2})", true}, FlatCase{" \t\r\n{ \"bb\" : -7 ,\n\"a\":0 }\n", true},
+                      FlatCase{R"({"a":2147483647,"bb":-2147483648,"c":-0})", true},
+                      FlatCase{R"({"a":2147483648,"bb":2})", false}, FlatCase{R"({"a":-2147483649,"bb":2})", false},
+                      FlatCase{R"({"a":01,"bb":2})", false}, FlatCase{R"({"a":1.0,"bb":2})", false},
+                      FlatCase{R"({"a":1e2,"bb":2})", false}, FlatCase{R"({"a":1,"bb":2,"a":3})", false},
+                      FlatCase{R"({"a":1})", false}, FlatCase{R"({"a":"1","bb":2})", false},
+                      FlatCase{R"({"a":1,"bb":2,"c":true})", false}, FlatCase{R"({"a":1,"bb":2} x)", false},
+                      FlatCase{R"({"a":1,"bb":2,})", false}, FlatCase{R"({"\u0061":1,"bb":2})", false},
+                      FlatCase{R"({"a":1,/*c*/"bb":2})", false}, FlatCase{R"({"a":-,"bb":2})", false},
+                      FlatCase{R"([{"a":1,"bb":2}])", false}, FlatCase{"", false}, FlatCase{"{", false}));
+
 }  // namespace

@@ -57,7 +57,7 @@ TEST_F(HidlE2eStress, TwoCallerThreadsAgainstStreamingHal) {
 TEST_F(HidlE2eStress, CallsOverlapRepeatedRegistrations) {
     android::IVirCameraWrapper* wrapper = NewWrapper();
     const int id = UniqueId(DEVICE, SERVICE);
-    auto caller = std::make_shared<E2eCaller>(wrapper, id);
+    auto caller = std::make_shared<FakeVideoService>(wrapper, id);
     ASSERT_EQ(0, wrapper->RegisterCallback(DEVICE, SERVICE, android::IVirCameraWrapper::MODE_REGISTER, caller));
     std::atomic<bool> registering{true};
     std::atomic<int> calls{0};
