@@ -49,7 +49,7 @@ bool ProviderMayBeDeclared() {
     if (manager == nullptr) {
         return true;
     }
-    auto transport = manager->getTransport(ICameraProvider::descriptor, PROVIDER_INSTANCE);
+    auto transport = manager->getTransport(ICameraProvider::descriptor, android::VIRTUAL_PROVIDER_INSTANCE);
     return !transport.isOk() ||
            transport != android::hidl::manager::V1_0::IServiceManager::Transport::EMPTY;
 }
@@ -135,7 +135,7 @@ bool VirtualCameraClient::Init() {
     const bool providerDeclared = ProviderMayBeDeclared();
     if (!providerDeclared) {
         ALOGE("%s: %s/%s is not declared on this device; Android 14 devices declare an AIDL camera provider",
-              __func__, ICameraProvider::descriptor, PROVIDER_INSTANCE);
+              __func__, ICameraProvider::descriptor, android::VIRTUAL_PROVIDER_INSTANCE);
     }
     for (int32_t attempt = 0; providerDeclared && attempt < TRY_MAX_COUNT; ++attempt) {
         // The provider is only waited for, not used.
