@@ -14,9 +14,10 @@ public:
     virtual ~VirMapperBase() = default;
 
     // Links the recipient to the mapper service's death (cookie 0). 0, or -1 on failure.
-    virtual int LinkToDeath(const sp<hardware::hidl_death_recipient>& recipient) = 0;
+    // A mapper loaded into the process never dies: linking succeeds and means nothing.
+    virtual int LinkToDeath(const sp<hardware::hidl_death_recipient>& /*recipient*/) { return 0; }
     // Unlinks the recipient; the result is not reported.
-    virtual void Release(const sp<hardware::hidl_death_recipient>& recipient) = 0;
+    virtual void Release(const sp<hardware::hidl_death_recipient>& /*recipient*/) {}
     // Imports rawHandle (which stays the caller's); on 0 `buffer` holds the imported
     // handle, which must be given back with FreeBuffer. -1 on failure.
     virtual int ImportBuffer(const hardware::hidl_handle& rawHandle, const native_handle*& buffer) = 0;

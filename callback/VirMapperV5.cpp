@@ -18,12 +18,6 @@ int32_t ToInt(AIMapper_Error error) {
 
 }  // namespace
 
-int VirMapperV5::LinkToDeath(const sp<hardware::hidl_death_recipient>& /*recipient*/) {
-    return 0;
-}
-
-void VirMapperV5::Release(const sp<hardware::hidl_death_recipient>& /*recipient*/) {}
-
 int VirMapperV5::ImportBuffer(const hardware::hidl_handle& rawHandle, const native_handle*& buffer) {
     if (mMapper == nullptr) {
         ALOGE("%s: mapper is null", "ImportBuffer");

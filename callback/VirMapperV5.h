@@ -13,8 +13,6 @@ class VirMapperV5 final : public VirMapperBase {
 public:
     explicit VirMapperV5(const AIMapper* mapper) : mMapper(mapper) {}
 
-    int LinkToDeath(const sp<hardware::hidl_death_recipient>& recipient) override;
-    void Release(const sp<hardware::hidl_death_recipient>& recipient) override;
     int ImportBuffer(const hardware::hidl_handle& rawHandle, const native_handle*& buffer) override;
     int Lock(const native_handle*& buffer, void*& address) override;
     void UnLock(const native_handle*& buffer, int& releaseFence) override;
